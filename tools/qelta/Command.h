@@ -1,0 +1,40 @@
+// The subcommands of the qelta program: one entry each, with its help text.
+//
+// Each capability of the library adds one subcommand (a <Name>Command.cpp beside this file and a
+// row in the table of main.cpp) and one step of the demo tour. A command reads its arguments,
+// prints to standard output, reports usage errors on standard error and returns the exit code.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+namespace QELTA::Tool {
+
+using Arguments = std::span<char const * const>;
+
+struct Command {
+    std::string_view name;
+    std::string_view summary; // one line for `qelta --help`
+    std::string_view help;    // the full text for `qelta <name> --help`
+    int (*run)(Arguments arguments);
+};
+
+// Exit codes shared by all commands.
+inline constexpr int exit_ok = 0;
+inline constexpr int exit_failure = 1;
+inline constexpr int exit_usage = 2;
+
+// Prints "qelta <command>: <message>" and a hint to standard error; returns exit_usage.
+int UsageError(std::string_view command, std::string_view message);
+
+// True when the arguments ask for help ("--help" or "-h" anywhere).
+bool WantsHelp(Arguments arguments);
+
+// The commands, each defined in its own file.
+extern Command const demo_command;
+extern Command const text_command;
+
+// One step of the demo tour per capability, in the order they are shown.
+void DemoText();
+
+} // namespace QELTA::Tool

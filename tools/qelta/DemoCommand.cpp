@@ -1,0 +1,30 @@
+// qelta demo: a short tour of what the library does, one step per capability.
+#include "tools/qelta/Command.h"
+
+#include <cstdio>
+
+namespace QELTA::Tool {
+namespace {
+
+int RunDemo(Arguments arguments) {
+    if (!arguments.empty()) {
+        return UsageError("demo", "takes no arguments");
+    }
+    std::puts("QELTA Base - demo tour\n");
+    DemoText();
+    std::puts("\nEnd of the tour.");
+    return exit_ok;
+}
+
+} // namespace
+
+Command const demo_command = {
+    "demo",
+    "a tour of the library's capabilities",
+    "usage: qelta demo\n\n"
+    "Runs a short tour that shows each capability of the library at work:\n"
+    "  text    growable buffers, hash maps, UTF-8 strings and typed text conversion\n",
+    RunDemo,
+};
+
+} // namespace QELTA::Tool
