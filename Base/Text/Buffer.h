@@ -70,8 +70,9 @@ struct BufferAllocator {
 // Alignment taken from the element size: 0 below 8 bytes, else the largest of 8, 16, 32, 64
 // that does not exceed the size.
 template <class T>
-inline constexpr unsigned int BufferAlignmentFor =
-    sizeof(T) < 8 ? 0 : (sizeof(T) >= 64 ? 64 : (sizeof(T) >= 32 ? 32 : (sizeof(T) >= 16 ? 16 : 8)));
+inline constexpr unsigned int
+    BufferAlignmentFor = sizeof(T) < 8 ? 0
+                                       : (sizeof(T) >= 64 ? 64 : (sizeof(T) >= 32 ? 32 : (sizeof(T) >= 16 ? 16 : 8)));
 
 template <class T>
 inline constexpr int BufferPrimitiveFor = std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>;
@@ -295,7 +296,7 @@ class Buffer : public BufferBase {
         unsigned long long const bytes = static_cast<unsigned long long>(current) * element;
         unsigned long long wanted = bytes < 256 ? 2 * bytes : bytes + bytes / 2;
         wanted = std::max({wanted, bytes + 8 * element, static_cast<unsigned long long>(needed) * element});
-        unsigned long long const step = wanted < 4096      ? 64
+        unsigned long long const step = wanted < 4096       ? 64
                                         : wanted < 0x10000  ? 4096
                                         : wanted < 0x200000 ? 0x10000
                                                             : 0x200000;
