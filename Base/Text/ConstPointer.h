@@ -64,6 +64,93 @@ template <class Target, class Source>
 inline constexpr bool deletes_safely_as =
     std::is_same_v<std::remove_cv_t<Target>, std::remove_cv_t<Source>> || std::has_virtual_destructor_v<Target>;
 
+// The body that both handles share: the count block and the object, with copying, moving,
+// assignment and release. Pointee is T const for ConstPointer and T for DynamicPointer.
+template <class Pointee>
+class CountedHandle {
+  public:
+    CountedHandle(CountedHandle const & other) noexcept : count_(other.count_), object_(other.object_) {
+        Retain(count_);
+    }
+
+    CountedHandle(CountedHandle && other) noexcept
+        : count_(std::exchange(other.count_, nullptr)), object_(std::exchange(other.object_, nullptr)) {}
+
+    ~CountedHandle() { reset(); }
+
+    // Does nothing when both handles already share the count (or the same uncounted object).
+    CountedHandle & operator=(CountedHandle const & other) noexcept {
+        if (count_ != other.count_ || object_ != other.object_) {
+            Retain(other.count_);
+            reset();
+            count_ = other.count_;
+            object_ = other.object_;
+        }
+        return *this;
+    }
+
+    CountedHandle & operator=(CountedHandle && other) noexcept {
+        if (this != &other) {
+            reset();
+            count_ = std::exchange(other.count_, nullptr);
+            object_ = std::exchange(other.object_, nullptr);
+        }
+        return *this;
+    }
+
+    // Releases the object; afterwards both pointers are null.
+    void reset() noexcept {
+        if (Release(count_)) {
+            delete object_;
+        }
+        count_ = nullptr;
+        object_ = nullptr;
+    }
+
+    Pointee * get() const noexcept { return object_; }
+    Pointee * operator->() const noexcept { return object_; }
+    Pointee & operator*() const noexcept { return *object_; }
+    explicit operator bool() const noexcept { return object_ != nullptr; }
+
+  protected:
+    CountedHandle() noexcept = default;
+
+    // Adopts `count` and `object` as they are, retaining nothing.
+    CountedHandle(std::uint32_t * count, Pointee * object) noexcept : count_(count), object_(object) {}
+
+    // Takes ownership of `object`, made with new; a null `object` gives an empty handle.
+    explicit CountedHandle(Pointee * object) : object_(object) {
+        if (object == nullptr) {
+            return;
+        }
+        try {
+            count_ = NewCount();
+        } catch (...) {
+            delete object;
+            throw;
+        }
+    }
+
+    // Shares the count of another handle, one on a derived class included.
+    template <class Other>
+    static CountedHandle Share(CountedHandle<Other> const & other) noexcept {
+        Retain(other.count_);
+        return CountedHandle(other.count_, other.object_);
+    }
+
+    template <class Other>
+    static CountedHandle Take(CountedHandle<Other> && other) noexcept {
+        return CountedHandle(std::exchange(other.count_, nullptr), std::exchange(other.object_, nullptr));
+    }
+
+  private:
+    template <class>
+    friend class CountedHandle;
+
+    std::uint32_t * count_ = nullptr;
+    Pointee * object_ = nullptr;
+};
+
 } // namespace PointerDetail
 
 template <class T>
@@ -71,7 +158,9 @@ class DynamicPointer;
 
 // Shared handle on a const T. An empty handle holds two null pointers.
 template <class T>
-class ConstPointer {
+class ConstPointer : public PointerDetail::CountedHandle<T const> {
+    using Base = PointerDetail::CountedHandle<T const>;
+
   public:
     using element_type = T;
 
@@ -80,110 +169,50 @@ class ConstPointer {
 
     // Takes ownership of `object`, made with new; a null `object` gives an empty handle.
     template <PointerDetail::PointerConvertible<T const> U>
-    explicit ConstPointer(U const * object) : object_(object) {
+    explicit ConstPointer(U const * object) : Base(static_cast<T const *>(object)) {
         static_assert(PointerDetail::deletes_safely_as<T, U>, "deleting through T needs a virtual destructor");
-        if (object == nullptr) {
-            return;
-        }
-        try {
-            count_ = PointerDetail::NewCount();
-        } catch (...) {
-            delete object;
-            throw;
-        }
     }
 
     // A handle on an object kept elsewhere (a static, or a member of one) that is never deleted.
     // It has no count block: its copies count nothing and their release deletes nothing.
     static ConstPointer Static(T const & object) noexcept { return ConstPointer(nullptr, &object); }
 
-    ConstPointer(ConstPointer const & other) noexcept : count_(other.count_), object_(other.object_) {
-        PointerDetail::Retain(count_);
-    }
-
-    ConstPointer(ConstPointer && other) noexcept
-        : count_(std::exchange(other.count_, nullptr)), object_(std::exchange(other.object_, nullptr)) {}
-
+    // From a handle on a derived class, or from a DynamicPointer: the count is shared.
     template <PointerDetail::OtherPointerConvertible<T const> U>
-    ConstPointer(ConstPointer<U> const & other) noexcept : count_(other.count_), object_(other.object_) {
+    ConstPointer(ConstPointer<U> const & other) noexcept : Base(Base::Share(other)) {
         static_assert(PointerDetail::deletes_safely_as<T, U>, "deleting through T needs a virtual destructor");
-        PointerDetail::Retain(count_);
     }
 
     template <PointerDetail::OtherPointerConvertible<T const> U>
-    ConstPointer(ConstPointer<U> && other) noexcept
-        : count_(std::exchange(other.count_, nullptr)), object_(std::exchange(other.object_, nullptr)) {
+    ConstPointer(ConstPointer<U> && other) noexcept : Base(Base::Take(std::move(other))) {
         static_assert(PointerDetail::deletes_safely_as<T, U>, "deleting through T needs a virtual destructor");
-    }
-
-    // A DynamicPointer becomes a ConstPointer sharing its count.
-    template <PointerDetail::PointerConvertible<T const> U>
-    ConstPointer(DynamicPointer<U> const & other) noexcept : count_(other.count_), object_(other.object_) {
-        static_assert(PointerDetail::deletes_safely_as<T, U>, "deleting through T needs a virtual destructor");
-        PointerDetail::Retain(count_);
     }
 
     template <PointerDetail::PointerConvertible<T const> U>
-    ConstPointer(DynamicPointer<U> && other) noexcept
-        : count_(std::exchange(other.count_, nullptr)), object_(std::exchange(other.object_, nullptr)) {
+    ConstPointer(DynamicPointer<U> const & other) noexcept : Base(Base::Share(other)) {
         static_assert(PointerDetail::deletes_safely_as<T, U>, "deleting through T needs a virtual destructor");
     }
 
-    ~ConstPointer() { reset(); }
-
-    // Does nothing when both handles already share the count (or the same uncounted object).
-    ConstPointer & operator=(ConstPointer const & other) noexcept {
-        if (count_ != other.count_ || object_ != other.object_) {
-            PointerDetail::Retain(other.count_);
-            reset();
-            count_ = other.count_;
-            object_ = other.object_;
-        }
-        return *this;
+    template <PointerDetail::PointerConvertible<T const> U>
+    ConstPointer(DynamicPointer<U> && other) noexcept : Base(Base::Take(std::move(other))) {
+        static_assert(PointerDetail::deletes_safely_as<T, U>, "deleting through T needs a virtual destructor");
     }
 
-    ConstPointer & operator=(ConstPointer && other) noexcept {
-        if (this != &other) {
-            reset();
-            count_ = std::exchange(other.count_, nullptr);
-            object_ = std::exchange(other.object_, nullptr);
-        }
-        return *this;
-    }
-
-    // Releases the object; afterwards both pointers are null.
-    void reset() noexcept {
-        if (PointerDetail::Release(count_)) {
-            delete object_;
-        }
-        count_ = nullptr;
-        object_ = nullptr;
-    }
-
-    T const * get() const noexcept { return object_; }
-    T const * operator->() const noexcept { return object_; }
-    T const & operator*() const noexcept { return *object_; }
-    explicit operator bool() const noexcept { return object_ != nullptr; }
-
-    friend bool operator==(ConstPointer const & a, ConstPointer const & b) noexcept { return a.object_ == b.object_; }
-    friend bool operator==(ConstPointer const & a, std::nullptr_t) noexcept { return a.object_ == nullptr; }
+    friend bool operator==(ConstPointer const & a, ConstPointer const & b) noexcept { return a.get() == b.get(); }
+    friend bool operator==(ConstPointer const & a, std::nullptr_t) noexcept { return a.get() == nullptr; }
     friend std::strong_ordering operator<=>(ConstPointer const & a, ConstPointer const & b) noexcept {
-        return std::compare_three_way()(a.object_, b.object_);
+        return std::compare_three_way()(a.get(), b.get());
     }
 
   private:
-    template <class>
-    friend class ConstPointer;
-
-    ConstPointer(std::uint32_t * count, T const * object) noexcept : count_(count), object_(object) {}
-
-    std::uint32_t * count_ = nullptr;
-    T const * object_ = nullptr;
+    ConstPointer(std::uint32_t * count, T const * object) noexcept : Base(count, object) {}
 };
 
 // Shared handle on a mutable T; converts to a ConstPointer that shares its count.
 template <class T>
-class DynamicPointer {
+class DynamicPointer : public PointerDetail::CountedHandle<T> {
+    using Base = PointerDetail::CountedHandle<T>;
+
   public:
     using element_type = T;
 
@@ -192,95 +221,31 @@ class DynamicPointer {
 
     // Takes ownership of `object`, made with new; a null `object` gives an empty handle.
     template <PointerDetail::PointerConvertible<T> U>
-    explicit DynamicPointer(U * object) : object_(object) {
+    explicit DynamicPointer(U * object) : Base(static_cast<T *>(object)) {
         static_assert(PointerDetail::deletes_safely_as<T, U>, "deleting through T needs a virtual destructor");
-        if (object == nullptr) {
-            return;
-        }
-        try {
-            count_ = PointerDetail::NewCount();
-        } catch (...) {
-            delete object;
-            throw;
-        }
     }
 
     // A handle on an object kept elsewhere that is never deleted; see ConstPointer::Static.
     static DynamicPointer Static(T & object) noexcept { return DynamicPointer(nullptr, &object); }
 
-    DynamicPointer(DynamicPointer const & other) noexcept : count_(other.count_), object_(other.object_) {
-        PointerDetail::Retain(count_);
-    }
-
-    DynamicPointer(DynamicPointer && other) noexcept
-        : count_(std::exchange(other.count_, nullptr)), object_(std::exchange(other.object_, nullptr)) {}
-
     template <PointerDetail::OtherPointerConvertible<T> U>
-    DynamicPointer(DynamicPointer<U> const & other) noexcept : count_(other.count_), object_(other.object_) {
-        static_assert(PointerDetail::deletes_safely_as<T, U>, "deleting through T needs a virtual destructor");
-        PointerDetail::Retain(count_);
-    }
-
-    template <PointerDetail::OtherPointerConvertible<T> U>
-    DynamicPointer(DynamicPointer<U> && other) noexcept
-        : count_(std::exchange(other.count_, nullptr)), object_(std::exchange(other.object_, nullptr)) {
+    DynamicPointer(DynamicPointer<U> const & other) noexcept : Base(Base::Share(other)) {
         static_assert(PointerDetail::deletes_safely_as<T, U>, "deleting through T needs a virtual destructor");
     }
 
-    ~DynamicPointer() { reset(); }
-
-    // Does nothing when both handles already share the count (or the same uncounted object).
-    DynamicPointer & operator=(DynamicPointer const & other) noexcept {
-        if (count_ != other.count_ || object_ != other.object_) {
-            PointerDetail::Retain(other.count_);
-            reset();
-            count_ = other.count_;
-            object_ = other.object_;
-        }
-        return *this;
+    template <PointerDetail::OtherPointerConvertible<T> U>
+    DynamicPointer(DynamicPointer<U> && other) noexcept : Base(Base::Take(std::move(other))) {
+        static_assert(PointerDetail::deletes_safely_as<T, U>, "deleting through T needs a virtual destructor");
     }
 
-    DynamicPointer & operator=(DynamicPointer && other) noexcept {
-        if (this != &other) {
-            reset();
-            count_ = std::exchange(other.count_, nullptr);
-            object_ = std::exchange(other.object_, nullptr);
-        }
-        return *this;
-    }
-
-    // Releases the object; afterwards both pointers are null.
-    void reset() noexcept {
-        if (PointerDetail::Release(count_)) {
-            delete object_;
-        }
-        count_ = nullptr;
-        object_ = nullptr;
-    }
-
-    T * get() const noexcept { return object_; }
-    T * operator->() const noexcept { return object_; }
-    T & operator*() const noexcept { return *object_; }
-    explicit operator bool() const noexcept { return object_ != nullptr; }
-
-    friend bool operator==(DynamicPointer const & a, DynamicPointer const & b) noexcept {
-        return a.object_ == b.object_;
-    }
-    friend bool operator==(DynamicPointer const & a, std::nullptr_t) noexcept { return a.object_ == nullptr; }
+    friend bool operator==(DynamicPointer const & a, DynamicPointer const & b) noexcept { return a.get() == b.get(); }
+    friend bool operator==(DynamicPointer const & a, std::nullptr_t) noexcept { return a.get() == nullptr; }
     friend std::strong_ordering operator<=>(DynamicPointer const & a, DynamicPointer const & b) noexcept {
-        return std::compare_three_way()(a.object_, b.object_);
+        return std::compare_three_way()(a.get(), b.get());
     }
 
   private:
-    template <class>
-    friend class ConstPointer;
-    template <class>
-    friend class DynamicPointer;
-
-    DynamicPointer(std::uint32_t * count, T * object) noexcept : count_(count), object_(object) {}
-
-    std::uint32_t * count_ = nullptr;
-    T * object_ = nullptr;
+    DynamicPointer(std::uint32_t * count, T * object) noexcept : Base(count, object) {}
 };
 
 } // namespace QELTA

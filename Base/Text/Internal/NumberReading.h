@@ -77,6 +77,17 @@ struct NumberReading {
     // it does not fit. The value is built in double and rounded to float once, at the end.
     static float ReadFloat(char const * text) noexcept { return static_cast<float>(ReadFloating<unsigned int>(text)); }
 
+    // Keeps a product rounded on its own, so that a compiler allowed to contract does not fuse it
+    // with the addition or subtraction that follows into one fused multiply-add, which would round differently.
+    static double Rounded(double value) noexcept {
+#if defined(__GNUC__) && defined(__x86_64__)
+        __asm__("" : "+x"(value));
+#elif defined(__GNUC__) && defined(__aarch64__)
+        __asm__("" : "+w"(value));
+#endif
+        return value;
+    }
+
   private:
     static constexpr double powers[8] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7};
     static constexpr double powers_of_8[39] = {1e0,   1e8,   1e16,  1e24,  1e32,  1e40,  1e48,  1e56,  1e64,  1e72,
@@ -96,17 +107,6 @@ struct NumberReading {
 
     static unsigned int DigitAt(char const * text) noexcept {
         return static_cast<unsigned int>(static_cast<unsigned char>(*text)) - '0';
-    }
-
-    // Keeps a product rounded on its own, so that a compiler allowed to contract does not fuse it
-    // with the addition that follows into one fused multiply-add, which would round differently.
-    static double Rounded(double value) noexcept {
-#if defined(__GNUC__) && defined(__x86_64__)
-        __asm__("" : "+x"(value));
-#elif defined(__GNUC__) && defined(__aarch64__)
-        __asm__("" : "+w"(value));
-#endif
-        return value;
     }
 
     // The digit rule, from the first byte that must be a digit. Returns false for Invalid; on

@@ -1,6 +1,8 @@
 // Decimal printing of integers and doubles.
 #include "Base/Text/Internal/NumberWriting.h"
 
+#include "Base/Text/Internal/NumberReading.h"
+
 #include <array>
 #include <bit>
 #include <cmath>
@@ -136,17 +138,6 @@ static_assert(PowerValue(decimal_powers[0]) == 1e0 && PowerValue(decimal_powers[
 // 2^exponent for exponent from -1022 to 1023.
 double PowerOfTwo(int exponent) noexcept {
     return std::bit_cast<double>(static_cast<std::uint64_t>(exponent + 1023) << 52);
-}
-
-// Keeps a product rounded on its own, so that a compiler allowed to contract does not fuse it
-// with the subtraction that follows into one fused multiply-add, which would round differently.
-double Rounded(double value) noexcept {
-#if defined(__GNUC__) && defined(__x86_64__)
-    __asm__("" : "+x"(value));
-#elif defined(__GNUC__) && defined(__aarch64__)
-    __asm__("" : "+w"(value));
-#endif
-    return value;
 }
 
 // The first estimate of the decimal exponent, for floor(log2(value)) = log2.
@@ -290,7 +281,7 @@ void GenerateDigitsInDoubles(GeneratedDigits & result, double r, double s, doubl
         // remainder means the digit was one above; fmod's remainder is then one S more.
         int digit = static_cast<int>(r / s);
         double const factor = digit;
-        double const product = Rounded(factor * s);
+        double const product = NumberReading::Rounded(factor * s);
         double const product_error = (factor * high_part - product) + factor * low_part;
         double remainder = (r - product) - product_error;
         if (remainder < 0) {
