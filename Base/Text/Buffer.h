@@ -71,14 +71,14 @@ struct BufferAllocator {
 // that does not exceed the size.
 template <class T>
 inline constexpr unsigned int
-    BufferAlignmentFor = sizeof(T) < 8 ? 0
-                                       : (sizeof(T) >= 64 ? 64 : (sizeof(T) >= 32 ? 32 : (sizeof(T) >= 16 ? 16 : 8)));
+    buffer_alignment_for = sizeof(T) < 8 ? 0
+                                         : (sizeof(T) >= 64 ? 64 : (sizeof(T) >= 32 ? 32 : (sizeof(T) >= 16 ? 16 : 8)));
 
 template <class T>
-inline constexpr int BufferPrimitiveFor = std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>;
+inline constexpr int buffer_primitive_for = std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>;
 
 template <class T, class IndexType = unsigned int>
-using DefaultBufferAllocator = BufferAllocator<T, BufferAlignmentFor<T>, BufferPrimitiveFor<T>, IndexType, 0, 0>;
+using DefaultBufferAllocator = BufferAllocator<T, buffer_alignment_for<T>, buffer_primitive_for<T>, IndexType, 0, 0>;
 
 namespace BufferDetail {
 // The one empty, zero-terminated text that every char buffer without storage points at.
@@ -122,7 +122,7 @@ class Buffer : public BufferBase {
     ~Buffer() {
         if (capacity_ != 0) {
             DestroyRange(data_, size_);
-            ReleaseStorage();
+            releaseStorage();
         }
     }
 
@@ -138,7 +138,7 @@ class Buffer : public BufferBase {
         if (this != &other) {
             if (capacity_ != 0) {
                 DestroyRange(data_, size_);
-                ReleaseStorage();
+                releaseStorage();
             }
             data_ = other.data_;
             size_ = other.size_;
@@ -172,29 +172,29 @@ class Buffer : public BufferBase {
     T & add(T const & value) {
         if (size_ == capacity_) {
             T copy(value); // `value` may live in this buffer and move with the growth
-            Reserve(static_cast<Index>(size_ + 1));
-            return Emplace(std::move(copy));
+            reserveFor(static_cast<Index>(size_ + 1));
+            return emplaceLast(std::move(copy));
         }
-        return Emplace(value);
+        return emplaceLast(value);
     }
 
     T & add(T && value) {
         if (size_ == capacity_) {
             T moved(std::move(value));
-            Reserve(static_cast<Index>(size_ + 1));
-            return Emplace(std::move(moved));
+            reserveFor(static_cast<Index>(size_ + 1));
+            return emplaceLast(std::move(moved));
         }
-        return Emplace(std::move(value));
+        return emplaceLast(std::move(value));
     }
 
     // Inserts at `index`, moving the tail up by a block move.
     T & add(Index index, T const & value) {
         T copy(value);
-        Reserve(static_cast<Index>(size_ + 1));
+        reserveFor(static_cast<Index>(size_ + 1));
         std::memmove(static_cast<void *>(data_ + index + 1), static_cast<void const *>(data_ + index),
                      sizeof(T) * (size_ - index));
         ::new (static_cast<void *>(data_ + index)) T(std::move(copy));
-        SetSizeField(static_cast<Index>(size_ + 1));
+        setSizeField(static_cast<Index>(size_ + 1));
         return data_[index];
     }
 
@@ -211,7 +211,7 @@ class Buffer : public BufferBase {
         if (count == 0) {
             return *this;
         }
-        Reserve(static_cast<Index>(size_ + count));
+        reserveFor(static_cast<Index>(size_ + count));
         if (capacity_ < static_cast<Index>(size_ + count) || data_ == nullptr || data_ == EmptyData()) {
             return *this; // allocation failed
         }
@@ -222,7 +222,7 @@ class Buffer : public BufferBase {
                 ::new (static_cast<void *>(data_ + size_ + i)) T(values[i]);
             }
         }
-        SetSizeField(static_cast<Index>(size_ + count));
+        setSizeField(static_cast<Index>(size_ + count));
         return *this;
     }
 
@@ -230,7 +230,7 @@ class Buffer : public BufferBase {
     // Primitive elements that appear are left uninitialised.
     void setSize(Index new_size) {
         if (new_size > capacity_) {
-            Reserve(new_size);
+            reserveFor(new_size);
         }
         if constexpr (!Allocator::primitive) {
             if (new_size > size_) {
@@ -241,15 +241,15 @@ class Buffer : public BufferBase {
                 DestroyRange(data_ + new_size, static_cast<Index>(size_ - new_size));
             }
         }
-        SetSizeField(new_size);
+        setSizeField(new_size);
     }
 
-    void ensureCapacity(Index count) { Reserve(count); }
+    void ensureCapacity(Index count) { reserveFor(count); }
 
     // Destroys all elements and keeps the allocation.
     void clear() noexcept {
         DestroyRange(data_, size_);
-        SetSizeField(0);
+        setSizeField(0);
     }
 
     // Removes the element at `index`, moving the tail down by a block move.
@@ -257,12 +257,12 @@ class Buffer : public BufferBase {
         DestroyRange(data_ + index, 1);
         std::memmove(static_cast<void *>(data_ + index), static_cast<void const *>(data_ + index + 1),
                      sizeof(T) * (size_ - index - 1));
-        SetSizeField(static_cast<Index>(size_ - 1));
+        setSizeField(static_cast<Index>(size_ - 1));
     }
 
     void removeLast() noexcept {
         DestroyRange(data_ + size_ - 1, 1);
-        SetSizeField(static_cast<Index>(size_ - 1));
+        setSizeField(static_cast<Index>(size_ - 1));
     }
 
     // Position of the first element equal to `value`, or not_found (all bits set).
@@ -308,7 +308,7 @@ class Buffer : public BufferBase {
 
   protected:
     // Makes room for `needed` elements by the growth rule; on failure the buffer loses its storage.
-    void Reserve(Index needed) {
+    void reserveFor(Index needed) {
         Index const grown = NextCapacity(capacity_, needed);
         if (grown == capacity_ || grown == 0) {
             return;
@@ -333,14 +333,14 @@ class Buffer : public BufferBase {
     }
 
     // Frees the storage; after a failed growth there is none although the capacity is set.
-    void ReleaseStorage() noexcept {
+    void releaseStorage() noexcept {
         if (data_ != EmptyData()) {
             Allocator::Free(data_);
         }
     }
 
     // Sets the size field and, for text, the terminator behind it.
-    void SetSizeField(Index new_size) noexcept {
+    void setSizeField(Index new_size) noexcept {
         size_ = new_size;
         if constexpr (is_text) {
             if (capacity_ != 0 && data_ != EmptyData()) {
@@ -350,12 +350,12 @@ class Buffer : public BufferBase {
     }
 
     template <class U>
-    T & Emplace(U && value) {
+    T & emplaceLast(U && value) {
         if (data_ == nullptr || data_ == EmptyData()) {
             return *data_; // allocation failed; nothing is reported by design
         }
         T * slot = ::new (static_cast<void *>(data_ + size_)) T(std::forward<U>(value));
-        SetSizeField(static_cast<Index>(size_ + 1));
+        setSizeField(static_cast<Index>(size_ + 1));
         return *slot;
     }
 

@@ -176,7 +176,7 @@ class Dictionary {
     static_assert(alignof(Bucket) <= 64, "a bucket is at most 64-byte aligned");
 
     // Buckets are made and destroyed through their own (empty-marking) constructor, hence not primitive.
-    using BucketStorage = Buffer<Bucket, BufferAllocator<Bucket, BufferAlignmentFor<Bucket>, 0, unsigned long long>>;
+    using BucketStorage = Buffer<Bucket, BufferAllocator<Bucket, buffer_alignment_for<Bucket>, 0, unsigned long long>>;
 
   public:
     using key_type = K;
@@ -243,7 +243,7 @@ class Dictionary {
 
     // A copy of a table with entries has the same buckets and therefore the same iteration order.
     Dictionary(Dictionary const & other) : Dictionary(other.min_load_factor_, other.max_load_factor_) {
-        CopyEntriesFrom(other);
+        copyEntriesFrom(other);
     }
 
     Dictionary(Dictionary && other) noexcept
@@ -252,10 +252,10 @@ class Dictionary {
           load_threshold_(other.load_threshold_), min_load_factor_(other.min_load_factor_),
           max_load_factor_(other.max_load_factor_), grow_on_next_insert_(other.grow_on_next_insert_),
           try_shrink_on_next_insert_(other.try_shrink_on_next_insert_), hash_(other.hash_) {
-        other.ForgetTable();
+        other.forgetTable();
     }
 
-    ~Dictionary() { DestroyEntries(); }
+    ~Dictionary() { destroyEntries(); }
 
     Dictionary & operator=(Dictionary const & other) {
         if (this != &other) {
@@ -293,26 +293,26 @@ class Dictionary {
     // 0 or a power of two.
     size_type bucketCount() const noexcept { return bucket_count_; }
 
-    iterator begin() noexcept { return iterator(FirstLive()); }
+    iterator begin() noexcept { return iterator(firstLive()); }
     iterator end() noexcept { return iterator(buckets_ + bucket_count_); }
-    const_iterator begin() const noexcept { return const_iterator(FirstLive()); }
+    const_iterator begin() const noexcept { return const_iterator(firstLive()); }
     const_iterator end() const noexcept { return const_iterator(buckets_ + bucket_count_); }
 
     iterator find(K const & key) {
-        Bucket * const bucket = FindBucket(key);
+        Bucket * const bucket = findBucket(key);
         return bucket != nullptr ? iterator(bucket) : end();
     }
 
     const_iterator find(K const & key) const {
-        Bucket const * const bucket = FindBucket(key);
+        Bucket const * const bucket = findBucket(key);
         return bucket != nullptr ? const_iterator(bucket) : end();
     }
 
-    bool contains(K const & key) const { return FindBucket(key) != nullptr; }
+    bool contains(K const & key) const { return findBucket(key) != nullptr; }
 
     // The value of a key that must be present; a missing key ends the process ("Couldn't find key.").
     V & at(K const & key) {
-        Bucket * const bucket = FindBucket(key);
+        Bucket * const bucket = findBucket(key);
         if (bucket == nullptr) [[unlikely]] {
             DictionaryFailure::MissingKey();
         }
@@ -325,39 +325,39 @@ class Dictionary {
     // nothing is made and the existing entry is returned with false.
     template <class... ValueArgs>
     std::pair<iterator, bool> emplace(K const & key, ValueArgs &&... value) {
-        return Emplace(key, std::forward<ValueArgs>(value)...);
+        return emplaceNew(key, std::forward<ValueArgs>(value)...);
     }
 
     template <class... ValueArgs>
     std::pair<iterator, bool> emplace(K && key, ValueArgs &&... value) {
-        return Emplace(std::move(key), std::forward<ValueArgs>(value)...);
+        return emplaceNew(std::move(key), std::forward<ValueArgs>(value)...);
     }
 
     // Inserts unless the key is present; an existing value is left as it is.
     template <class ValueArg = V>
     std::pair<iterator, bool> insert(K const & key, ValueArg && value) {
-        return Emplace(key, std::forward<ValueArg>(value));
+        return emplaceNew(key, std::forward<ValueArg>(value));
     }
 
     template <class ValueArg = V>
     std::pair<iterator, bool> insert(K && key, ValueArg && value) {
-        return Emplace(std::move(key), std::forward<ValueArg>(value));
+        return emplaceNew(std::move(key), std::forward<ValueArg>(value));
     }
 
     // The value of the key, inserting a value-initialized one when the key is absent.
-    V & operator[](K const & key) { return Emplace(key).first->value_; }
-    V & operator[](K && key) { return Emplace(std::move(key)).first->value_; }
+    V & operator[](K const & key) { return emplaceNew(key).first->value_; }
+    V & operator[](K && key) { return emplaceNew(std::move(key)).first->value_; }
 
     // Removes the key; returns 1 if it was present, else 0.
     size_type erase(K const & key) {
         if (element_count_ == 0) {
             return 0; // also tells the compiler that the shared empty bucket is never shifted
         }
-        Bucket * const bucket = FindBucket(key);
+        Bucket * const bucket = findBucket(key);
         if (bucket == nullptr) {
             return 0;
         }
-        EraseBucket(bucket);
+        eraseBucket(bucket);
         return 1;
     }
 
@@ -367,7 +367,7 @@ class Dictionary {
     // walk must not count on meeting each entry only once.
     iterator erase(const_iterator position) noexcept {
         Bucket * const bucket = const_cast<Bucket *>(position.bucket_);
-        EraseBucket(bucket);
+        eraseBucket(bucket);
         return iterator(bucket->distance >= 0 ? bucket : NextLive(bucket));
     }
 
@@ -397,15 +397,15 @@ class Dictionary {
             DictionaryFailure::TooManyBuckets();
         }
         size_type buckets = std::bit_ceil(static_cast<size_type>(wanted));
-        while (LoadThreshold(buckets) < count) {
+        while (loadThresholdFor(buckets) < count) {
             buckets *= 2;
         }
-        Rehash(buckets);
+        rehashTo(buckets);
     }
 
     // The probe distance of the key's bucket, or -1 when the key is absent.
     int probeDistanceForTesting(K const & key) const {
-        Bucket const * const bucket = FindBucket(key);
+        Bucket const * const bucket = findBucket(key);
         return bucket != nullptr ? bucket->distance : -1;
     }
 
@@ -428,7 +428,7 @@ class Dictionary {
         return !(value >= low) ? low : (value > high ? high : value);
     }
 
-    size_type LoadThreshold(size_type buckets) const noexcept {
+    size_type loadThresholdFor(size_type buckets) const noexcept {
         return static_cast<size_type>(static_cast<double>(buckets) * static_cast<double>(max_load_factor_));
     }
 
@@ -441,7 +441,7 @@ class Dictionary {
         }
     }
 
-    Bucket * FindBucket(K const & key) const {
+    Bucket * findBucket(K const & key) const {
         std::uint64_t const hash = static_cast<std::uint64_t>(hash_(key));
         std::uint64_t const mask = mask_;
         Bucket * const buckets = buckets_;
@@ -466,7 +466,7 @@ class Dictionary {
         return bucket + 1;
     }
 
-    Bucket * FirstLive() const noexcept {
+    Bucket * firstLive() const noexcept {
         if (element_count_ == 0) {
             return buckets_ + bucket_count_;
         }
@@ -474,7 +474,7 @@ class Dictionary {
     }
 
     template <class KeyArg, class... ValueArgs>
-    std::pair<iterator, bool> Emplace(KeyArg && key, ValueArgs &&... value) {
+    std::pair<iterator, bool> emplaceNew(KeyArg && key, ValueArgs &&... value) {
         std::uint64_t const hash = static_cast<std::uint64_t>(hash_(key));
         std::uint64_t index = hash & mask_;
         int distance = 0;
@@ -506,24 +506,24 @@ class Dictionary {
 
         Bucket * placed;
         if (rehash_to == 0) {
-            placed = Place(index, distance, hash, typename Entry::InPlace{}, std::forward<KeyArg>(key),
-                           std::forward<ValueArgs>(value)...);
+            placed = placeEntry(index, distance, hash, typename Entry::InPlace{}, std::forward<KeyArg>(key),
+                                std::forward<ValueArgs>(value)...);
         } else {
             // Made before the rehash, which would move an entry that `value` may refer to.
             Entry fresh(typename Entry::InPlace{}, std::forward<KeyArg>(key), std::forward<ValueArgs>(value)...);
-            Rehash(rehash_to);
+            rehashTo(rehash_to);
             if (growing) {
                 grow_on_next_insert_ = false;
             }
-            std::tie(index, distance) = FreeSlot(hash);
-            placed = Place(index, distance, hash, std::move(fresh));
+            std::tie(index, distance) = freeSlot(hash);
+            placed = placeEntry(index, distance, hash, std::move(fresh));
         }
         ++element_count_;
         return {iterator(placed), true};
     }
 
     // Where the robin-hood walk of an absent key with this hash stops: the index and the probe distance.
-    std::pair<std::uint64_t, int> FreeSlot(std::uint64_t hash) const noexcept {
+    std::pair<std::uint64_t, int> freeSlot(std::uint64_t hash) const noexcept {
         std::uint64_t index = hash & mask_;
         int distance = 0;
         while (distance <= buckets_[index].distance) {
@@ -536,7 +536,7 @@ class Dictionary {
     // Stores a new entry at the end of its probe walk (`index`, `distance`), displacing residents
     // that are closer to home, and returns the bucket where the new entry itself landed.
     template <class... Args>
-    Bucket * Place(std::uint64_t index, int distance, std::uint64_t hash, Args &&... args) {
+    Bucket * placeEntry(std::uint64_t index, int distance, std::uint64_t hash, Args &&... args) {
         if (distance > max_distance) [[unlikely]] {
             DictionaryFailure::TableTooLarge();
         }
@@ -577,7 +577,7 @@ class Dictionary {
         }
     }
 
-    void EraseBucket(Bucket * bucket) noexcept {
+    void eraseBucket(Bucket * bucket) noexcept {
         bucket->entry.~Entry();
         bucket->distance = -1;
         --element_count_;
@@ -611,7 +611,7 @@ class Dictionary {
     }
 
     // Moves every entry into a new table of at least `wanted` buckets (rounded up to a power of two).
-    void Rehash(size_type wanted) {
+    void rehashTo(size_type wanted) {
         if (wanted > max_bucket_count || std::bit_ceil(wanted) > max_bucket_count) {
             DictionaryFailure::TooManyBuckets();
         }
@@ -624,7 +624,7 @@ class Dictionary {
         buckets_ = bucket_storage_.data();
         bucket_count_ = count;
         mask_ = count - 1;
-        load_threshold_ = LoadThreshold(count);
+        load_threshold_ = loadThresholdFor(count);
         grow_on_next_insert_ = false;
         try_shrink_on_next_insert_ = false;
 
@@ -637,13 +637,13 @@ class Dictionary {
             }
             std::uint64_t const hash = stored_hash_suffices ? old_bucket.truncated_hash
                                                             : static_cast<std::uint64_t>(hash_(old_bucket.entry.key_));
-            auto const [index, distance] = FreeSlot(hash);
-            Place(index, distance, hash, std::move(old_bucket.entry));
+            auto const [index, distance] = freeSlot(hash);
+            placeEntry(index, distance, hash, std::move(old_bucket.entry));
             old_bucket.entry.~Entry();
         }
     }
 
-    void CopyEntriesFrom(Dictionary const & other) {
+    void copyEntriesFrom(Dictionary const & other) {
         hash_ = other.hash_;
         if (other.element_count_ == 0) {
             return;
@@ -666,7 +666,7 @@ class Dictionary {
         try_shrink_on_next_insert_ = other.try_shrink_on_next_insert_;
     }
 
-    void DestroyEntries() noexcept {
+    void destroyEntries() noexcept {
         if constexpr (!std::is_trivially_destructible_v<Entry>) {
             if (element_count_ != 0) {
                 for (size_type i = 0; i < bucket_count_; ++i) {
@@ -679,7 +679,7 @@ class Dictionary {
     }
 
     // Leaves the table empty without buckets; the storage must already be gone.
-    void ForgetTable() noexcept {
+    void forgetTable() noexcept {
         mask_ = 0;
         buckets_ = &s_empty_bucket;
         bucket_count_ = 0;

@@ -65,7 +65,7 @@ String & String::operator=(char const * text) {
 String & String::operator=(StringView const & text) {
     if (text.size() != 0 && capacity_ != 0 && PointsInto(text.data(), data_, size_)) {
         std::memmove(data_, text.data(), text.size());
-        SetSizeField(text.size());
+        setSizeField(text.size());
         return *this;
     }
     clear();
@@ -118,12 +118,12 @@ String & String::append(StringView const & text) {
     }
     unsigned int const offset = static_cast<unsigned int>(text.data() - data_);
     unsigned int const old_size = size_;
-    Reserve(old_size + count);
+    reserveFor(old_size + count);
     if (capacity_ < old_size + count || data_ == EmptyData()) {
         return *this; // allocation failed
     }
     std::memmove(data_ + old_size, data_ + offset, count);
-    SetSizeField(old_size + count);
+    setSizeField(old_size + count);
     return *this;
 }
 
@@ -136,22 +136,22 @@ String & String::addWhiteSpace(unsigned int total_size, unsigned int front_size,
     if (front_size > size_) {
         unsigned int const old_size = size_;
         unsigned int const added = front_size - old_size;
-        Reserve(front_size);
+        reserveFor(front_size);
         if (capacity_ < front_size || data_ == EmptyData()) {
             return *this;
         }
         std::memmove(data_ + added, data_, old_size);
         std::memset(data_, fill, added);
-        SetSizeField(front_size);
+        setSizeField(front_size);
     }
     if (total_size > size_) {
         unsigned int const old_size = size_;
-        Reserve(total_size);
+        reserveFor(total_size);
         if (capacity_ < total_size || data_ == EmptyData()) {
             return *this;
         }
         std::memset(data_ + old_size, fill, total_size - old_size);
-        SetSizeField(total_size);
+        setSizeField(total_size);
     }
     return *this;
 }
@@ -230,7 +230,7 @@ String & String::replace(StringView const & from, StringView const & to, bool ig
             position = view().indexOf(needle, ignore_case, read);
         }
         std::memmove(data_ + write, data_ + read, size_ - read);
-        SetSizeField(write + (size_ - read));
+        setSizeField(write + (size_ - read));
         return *this;
     }
     // Growing: find all matches, grow once, then move the pieces up from the back.
@@ -246,7 +246,7 @@ String & String::replace(StringView const & from, StringView const & to, bool ig
     }
     unsigned int const old_size = size_;
     unsigned int const new_size = static_cast<unsigned int>(grown);
-    Reserve(new_size);
+    reserveFor(new_size);
     if (capacity_ < new_size || data_ == EmptyData()) {
         return *this;
     }
@@ -260,7 +260,7 @@ String & String::replace(StringView const & from, StringView const & to, bool ig
         std::memcpy(data_ + write_end, replacement.data(), r);
         read_end = positions[k];
     }
-    SetSizeField(new_size);
+    setSizeField(new_size);
     return *this;
 }
 
@@ -345,7 +345,7 @@ String & String::removeNonAlphaNumeric(bool keep_tab, bool keep_space, bool keep
         }
     }
     if (write != size_) {
-        SetSizeField(write);
+        setSizeField(write);
     }
     return *this;
 }
@@ -360,7 +360,7 @@ String & String::trimWhiteSpace() {
         return *this;
     }
     std::memmove(data_, trimmed.data(), trimmed.size());
-    SetSizeField(trimmed.size());
+    setSizeField(trimmed.size());
     return *this;
 }
 

@@ -21,7 +21,7 @@ void Push(Container & container, Element value) {
 }
 
 template <class Container>
-void Reserve(Container & container, std::size_t count) {
+void reserveFor(Container & container, std::size_t count) {
     if constexpr (requires { container.reserve(count); }) {
         container.reserve(count);
     } else {
@@ -35,7 +35,7 @@ void Append(benchmark::State & state) {
     for (auto _ : state) {
         Container container;
         if constexpr (Reserved) {
-            Reserve(container, count);
+            reserveFor(container, count);
         }
         for (std::size_t i = 0; i < count; ++i) {
             Push(container, static_cast<Element>(i));
