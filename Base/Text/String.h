@@ -174,8 +174,27 @@ class QELTA_BASE_EXPORT String : public Buffer<char> {
     // One character by the rules of addUTF16CharAsUTF8.
     static String UTF16toUTF8(wchar_t const * text, unsigned int & index);
 
-    // Number text (formatNumberString, NumberString, ToAlphaString) is declared here by the
-    // number formatting family and implemented beside it.
+    // Number text, implemented in NumberFormatting.cpp.
+
+    // Rewrites a number that is already text for display: rounds on the decimal digits
+    // themselves, half away from zero, to at most max_decimals and at least min_decimals
+    // decimals (trailing zeros beyond min_decimals go), pads with leading zeros to min_digits
+    // digits, and groups the integer digits by three with `comma` when add_comma is set. Input
+    // that is already grouped is read. With add_comma false, no minimum and max_decimals above
+    // the size, the text stays as it is. Failures replace the text: "NaN" for a non-digit where a
+    // digit must follow, "Inf"/"-Inf", and "BIG"/"SMALL" when the integer part has more than 63
+    // digits. A negative exponent gives "0". A positive exponent appends that many zeros to the
+    // integer digits without moving the point ("1.5e3" gives "1000.5"); this is deliberate and
+    // exact for the integers that the double printer writes in exponent form.
+    String & formatNumberString(bool add_comma, unsigned int min_decimals, unsigned int max_decimals,
+                                unsigned int min_digits, char decimal, char comma);
+    String & formatNumberString(unsigned int decimals);
+    String & formatNumberString(bool add_comma, unsigned int decimals);
+    // `value` in the text form of StringStream<double>, then formatted as above.
+    static String NumberString(double value, bool add_comma, unsigned int min_decimals, unsigned int max_decimals,
+                               unsigned int min_digits, char decimal, char comma);
+    // Spreadsheet column letters, bijective base 26: 0 "A", 25 "Z", 26 "AA". 0xFFFFFFFF gives "".
+    static String ToAlphaString(unsigned int n);
 };
 
 static_assert(sizeof(String) == sizeof(Buffer<char>), "String adds no field to Buffer<char>");
