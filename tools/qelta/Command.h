@@ -33,8 +33,10 @@ bool WantsHelp(Arguments arguments);
 // The commands, each defined in its own file.
 extern Command const demo_command;
 extern Command const text_command;
+extern Command const id_command;
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
+void DemoId();
 
 } // namespace QELTA::Tool

@@ -12,6 +12,7 @@ int RunDemo(Arguments arguments) {
     }
     std::puts("QELTA Base - demo tour\n");
     DemoText();
+    DemoId();
     std::puts("\nEnd of the tour.");
     return exit_ok;
 }
@@ -23,7 +24,8 @@ Command const demo_command = {
     "a tour of the library's capabilities",
     "usage: qelta demo\n\n"
     "Runs a short tour that shows each capability of the library at work:\n"
-    "  text    growable buffers, hash maps, UTF-8 strings and typed text conversion\n",
+    "  text    growable buffers, hash maps, UTF-8 strings and typed text conversion\n"
+    "  id      identities derived by MD5, and numbers shown with decimal rounding\n",
     RunDemo,
 };
 
