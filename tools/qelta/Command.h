@@ -33,10 +33,12 @@ bool WantsHelp(Arguments arguments);
 // The commands, each defined in its own file.
 extern Command const demo_command;
 extern Command const text_command;
-extern Command const id_command;
+extern Command const uuid_command;
+extern Command const number_command;
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
-void DemoId();
+void DemoUuid();
+void DemoNumber();
 
 } // namespace QELTA::Tool

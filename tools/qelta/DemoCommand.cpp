@@ -12,7 +12,8 @@ int RunDemo(Arguments arguments) {
     }
     std::puts("QELTA Base - demo tour\n");
     DemoText();
-    DemoId();
+    DemoUuid();
+    DemoNumber();
     std::puts("\nEnd of the tour.");
     return exit_ok;
 }
@@ -25,7 +26,8 @@ Command const demo_command = {
     "usage: qelta demo\n\n"
     "Runs a short tour that shows each capability of the library at work:\n"
     "  text    growable buffers, hash maps, UTF-8 strings and typed text conversion\n"
-    "  id      identities derived by MD5, and numbers shown with decimal rounding\n",
+    "  uuid    16-byte identities, random or derived by MD5 chains\n"
+    "  number  numbers shown with decimals, digits and grouping, rounded on their digits\n",
     RunDemo,
 };
 

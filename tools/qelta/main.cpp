@@ -8,7 +8,7 @@
 namespace QELTA::Tool {
 namespace {
 
-constexpr std::array<Command const *, 3> commands = {&demo_command, &text_command, &id_command};
+constexpr std::array<Command const *, 4> commands = {&demo_command, &text_command, &uuid_command, &number_command};
 
 void PrintOverview(std::FILE * out) {
     std::fputs("usage: qelta <command> [arguments]\n\n"
