@@ -23,6 +23,8 @@
 
 namespace QELTA {
 
+class TranslatedString; // toDisplayString members are defined with the Language subsystem
+
 // Specialised for each value type; the primary template has no members.
 template <class T>
 class StringStream;
@@ -80,6 +82,8 @@ class QELTA_BASE_EXPORT StringStream<bool> {
     static void fromString(StringView const & text, bool & value) noexcept;
     static void toString(bool const & value, StringAllocatingView & out);
     static char const * getValidRegex() noexcept;
+    // The translated "True" or "False".
+    static void toDisplayString(bool const & value, TranslatedString & out);
 };
 
 // A single bit reads and writes as a bool.
@@ -89,6 +93,8 @@ class QELTA_BASE_EXPORT StringStream<BitReference> {
     static void fromString(StringView const & text, BitReference & value) noexcept;
     static void toString(BitReference const & value, StringAllocatingView & out);
     static char const * getValidRegex() noexcept;
+    // The translated "True" or "False".
+    static void toDisplayString(bool const & value, TranslatedString & out);
 };
 
 // A flag byte reads and writes as its unsigned char.
