@@ -252,15 +252,23 @@ class Buffer : public BufferBase {
         setSizeField(0);
     }
 
-    // Removes the element at `index`, moving the tail down by a block move.
+    // Removes the element at `index`, moving the tail down by a block move. An index past the
+    // end removes nothing.
     void removeIndex(Index index) noexcept {
+        if (index >= size_) {
+            return;
+        }
         DestroyRange(data_ + index, 1);
         std::memmove(static_cast<void *>(data_ + index), static_cast<void const *>(data_ + index + 1),
                      sizeof(T) * (size_ - index - 1));
         setSizeField(static_cast<Index>(size_ - 1));
     }
 
+    // Removes the final element; an empty buffer stays as it is.
     void removeLast() noexcept {
+        if (size_ == 0) {
+            return;
+        }
         DestroyRange(data_ + size_ - 1, 1);
         setSizeField(static_cast<Index>(size_ - 1));
     }
