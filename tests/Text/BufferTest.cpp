@@ -61,8 +61,12 @@ TEST(BufferTest, TextIsAlwaysZeroTerminated) {
     EXPECT_STREQ(text.data(), "abcde");
     text.setSize(2);
     EXPECT_STREQ(text.data(), "ab");
+    text.removeIndex(2); // past the end: nothing to remove
+    EXPECT_STREQ(text.data(), "ab");
     text.clear();
+    text.removeLast();
     EXPECT_STREQ(text.data(), "");
+    EXPECT_EQ(text.size(), 0u);
     Buffer<char> moved(std::move(text));
     EXPECT_STREQ(text.data(), "");
 }
