@@ -132,21 +132,23 @@ StringAllocatingView & StringAllocatingView::insert(unsigned int index, char c) 
 }
 
 StringAllocatingView & StringAllocatingView::makeLower(unsigned int start) {
-    if (!HasLetterToChange(view_, start, false)) {
-        return *this;
-    }
-    own();
-    store_.makeLower(start);
-    view_ = store_.view();
-    return *this;
+    return changeCase(start, false);
 }
 
 StringAllocatingView & StringAllocatingView::makeUpper(unsigned int start) {
-    if (!HasLetterToChange(view_, start, true)) {
+    return changeCase(start, true);
+}
+
+StringAllocatingView & StringAllocatingView::changeCase(unsigned int start, bool upper) {
+    if (!HasLetterToChange(view_, start, upper)) {
         return *this;
     }
     own();
-    store_.makeUpper(start);
+    if (upper) {
+        store_.makeUpper(start);
+    } else {
+        store_.makeLower(start);
+    }
     view_ = store_.view();
     return *this;
 }

@@ -73,6 +73,8 @@ class QELTA_BASE_EXPORT StringAllocatingView {
   private:
     // Copies a borrowed text into the store; an owned one stays.
     void own();
+    // makeLower or makeUpper, owning only when a letter changes.
+    StringAllocatingView & changeCase(unsigned int start, bool upper);
     template <class ToBuffer>
     StringAllocatingView & replaceAll(StringViewBuffer const & from, ToBuffer const & to, bool ignore_case,
                                       unsigned int start);

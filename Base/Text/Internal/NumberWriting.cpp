@@ -177,6 +177,22 @@ struct GeneratedDigits {
     int exponent; // decimal exponent of the first digit
 };
 
+// The end of one step of the digit loop, once the remainder R of the digit is known: the digit is
+// stored, and true means generation ends (the low test alone, or both tests and 2R below S, keep
+// the digit; otherwise it is one higher). The digit bound only guards the buffer.
+bool PlaceDigit(GeneratedDigits & result, int digit, double r, double s, double m_high, double m_low,
+                bool inclusive) noexcept {
+    bool const low = inclusive ? r <= m_low : r < m_low;
+    bool const high = inclusive ? r + m_high >= s : r + m_high > s;
+    if (!low && !high && result.count + 1 < max_generated_digits) {
+        result.digits[result.count++] = digit;
+        return false;
+    }
+    bool const stands = low && (!high || 2 * r < s);
+    result.digits[result.count++] = stands ? digit : digit + 1;
+    return true;
+}
+
 // The shortest digits that identify a positive finite value: free-format generation after
 // Steele and White, carried out in double arithmetic step by step. Both limits are inclusive
 // when f is even.
@@ -252,18 +268,12 @@ GeneratedDigits ShortestDigitsReference(double value) noexcept {
         double const remainder = std::fmod(r, s);
         int const digit = static_cast<int>(std::lround((r - remainder) / s));
         r = remainder;
-        bool const low = inclusive ? r <= m_low : r < m_low;
-        bool const high = inclusive ? r + m_high >= s : r + m_high > s;
-        if (!low && !high && result.count + 1 < max_generated_digits) {
-            result.digits[result.count++] = digit;
-            r *= 10;
-            m_high *= 10;
-            m_low *= 10;
-            continue;
+        if (PlaceDigit(result, digit, r, s, m_high, m_low, inclusive)) {
+            return result;
         }
-        bool const stands = low && (!high || 2 * r < s);
-        result.digits[result.count++] = stands ? digit : digit + 1;
-        return result;
+        r *= 10;
+        m_high *= 10;
+        m_low *= 10;
     }
 }
 
@@ -289,18 +299,12 @@ void GenerateDigitsInDoubles(GeneratedDigits & result, double r, double s, doubl
             --digit;
         }
         r = remainder;
-        bool const low = inclusive ? r <= m_low : r < m_low;
-        bool const high = inclusive ? r + m_high >= s : r + m_high > s;
-        if (!low && !high && result.count + 1 < max_generated_digits) {
-            result.digits[result.count++] = digit;
-            r *= 10;
-            m_high *= 10;
-            m_low *= 10;
-            continue;
+        if (PlaceDigit(result, digit, r, s, m_high, m_low, inclusive)) {
+            return;
         }
-        bool const stands = low && (!high || 2 * r < s);
-        result.digits[result.count++] = stands ? digit : digit + 1;
-        return;
+        r *= 10;
+        m_high *= 10;
+        m_low *= 10;
     }
 }
 
@@ -328,24 +332,19 @@ void GenerateDigitsInIntegers(GeneratedDigits & result, double r, double s, doub
             remainder -= static_cast<std::int64_t>(denominator);
             ++digit;
         }
+        // Exact: the remainder is below 2^57 units of 2^-52, so 2·rest < S is 2·remainder < S's units.
         double const rest = static_cast<double>(remainder) * 0x1p-52;
-        bool const low = inclusive ? rest <= m_low : rest < m_low;
-        bool const high = inclusive ? rest + m_high >= s : rest + m_high > s;
-        if (!low && !high && result.count + 1 < max_generated_digits) {
-            result.digits[result.count++] = static_cast<int>(digit);
-            std::uint64_t const tenfold = static_cast<std::uint64_t>(remainder) * 10;
-            int const length = 64 - std::countl_zero(tenfold);
-            int const excess = length > 53 ? length - 53 : 0;
-            std::uint64_t const dropped = (std::uint64_t{1} << excess) - 1;
-            std::uint64_t const odd = (tenfold >> excess) & (excess != 0 ? 1 : 0);
-            numerator = (tenfold + (dropped >> 1) + odd) & ~dropped;
-            m_high *= 10;
-            m_low *= 10;
-            continue;
+        if (PlaceDigit(result, static_cast<int>(digit), rest, s, m_high, m_low, inclusive)) {
+            return;
         }
-        bool const stands = low && (!high || 2 * static_cast<std::uint64_t>(remainder) < denominator);
-        result.digits[result.count++] = static_cast<int>(stands ? digit : digit + 1);
-        return;
+        std::uint64_t const tenfold = static_cast<std::uint64_t>(remainder) * 10;
+        int const length = 64 - std::countl_zero(tenfold);
+        int const excess = length > 53 ? length - 53 : 0;
+        std::uint64_t const dropped = (std::uint64_t{1} << excess) - 1;
+        std::uint64_t const odd = (tenfold >> excess) & (excess != 0 ? 1 : 0);
+        numerator = (tenfold + (dropped >> 1) + odd) & ~dropped;
+        m_high *= 10;
+        m_low *= 10;
     }
 }
 

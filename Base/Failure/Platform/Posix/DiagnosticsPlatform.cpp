@@ -7,9 +7,12 @@
 #include <execinfo.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 #if QELTA_HAVE_LIBDW
 #include <elfutils/libdwfl.h>
@@ -86,9 +89,8 @@ class SymbolReader {
 };
 #endif
 
-} // namespace
-
-bool DiagnosticsPlatform::IsDebuggerAttached() noexcept {
+// Reads TracerPid from /proc/self/status.
+bool ReadDebuggerAttached() noexcept {
     std::FILE * status = std::fopen("/proc/self/status", "re");
     if (status == nullptr) {
         return false;
@@ -103,6 +105,24 @@ bool DiagnosticsPlatform::IsDebuggerAttached() noexcept {
     }
     std::fclose(status);
     return attached;
+}
+
+} // namespace
+
+// Every exception asks this when it is built: the answer is read from the system at most once
+// a second, so that a burst of exceptions does not read /proc for each one.
+bool DiagnosticsPlatform::IsDebuggerAttached() noexcept {
+    static std::atomic<long long> s_checked_at{std::numeric_limits<long long>::min()};
+    static std::atomic<bool> s_attached{false};
+    long long const now =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+            .count();
+    long long const checked_at = s_checked_at.load(std::memory_order_acquire);
+    if (checked_at == std::numeric_limits<long long>::min() || now - checked_at >= 1000) {
+        s_attached.store(ReadDebuggerAttached(), std::memory_order_relaxed);
+        s_checked_at.store(now, std::memory_order_release);
+    }
+    return s_attached.load(std::memory_order_relaxed);
 }
 
 void DiagnosticsPlatform::WriteToDebugger(StringView const & text) noexcept {
