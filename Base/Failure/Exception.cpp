@@ -3,21 +3,18 @@
 
 #include "Base/Concurrency/Platform/ThreadPlatform.h"
 #include "Base/Failure/Platform/DiagnosticsPlatform.h"
-#include "Base/Language/Translator.h"
+#include "Base/Language/Internal/Translatable.h"
 
 #include <utility>
 
 namespace QELTA {
 namespace {
 
+using Internal::Translatable;
+
 constexpr char native_exception_text[] = "Native Exception";
 constexpr char cancel_requested_text[] = "Cancel Requested";
 constexpr char canceled_text[] = "Canceled";
-
-// A fixed text that translates by the id of its own readable label.
-TranslatedString Translatable(StringView const & english) {
-    return TranslatedString(Translator::DefaultID(english), english);
-}
 
 std::function<void(StringView const &)> & ReportChannel() {
     static std::function<void(StringView const &)> channel;

@@ -1,6 +1,6 @@
 // The texts shown to people for plain values, declared with their StringStream members.
+#include "Base/Language/Internal/Translatable.h"
 #include "Base/Language/TranslatedString.h"
-#include "Base/Language/Translator.h"
 #include "Base/Text/StringStream.h"
 
 namespace QELTA {
@@ -11,8 +11,7 @@ constexpr char true_text[] = "True";
 constexpr char false_text[] = "False";
 
 TranslatedString BoolDisplay(bool value) {
-    StringView const english(value ? true_text : false_text);
-    return TranslatedString(Translator::DefaultID(english), english);
+    return Internal::Translatable(value ? true_text : false_text);
 }
 
 } // namespace

@@ -35,10 +35,12 @@ extern Command const demo_command;
 extern Command const text_command;
 extern Command const uuid_command;
 extern Command const number_command;
+extern Command const time_command;
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
 void DemoUuid();
 void DemoNumber();
+void DemoTime();
 
 } // namespace QELTA::Tool

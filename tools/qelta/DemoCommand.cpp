@@ -14,6 +14,7 @@ int RunDemo(Arguments arguments) {
     DemoText();
     DemoUuid();
     DemoNumber();
+    DemoTime();
     std::puts("\nEnd of the tour.");
     return exit_ok;
 }
@@ -27,7 +28,8 @@ Command const demo_command = {
     "Runs a short tour that shows each capability of the library at work:\n"
     "  text    growable buffers, hash maps, UTF-8 strings and typed text conversion\n"
     "  uuid    16-byte identities, random or derived by MD5 chains\n"
-    "  number  numbers shown with decimals, digits and grouping, rounded on their digits\n",
+    "  number  numbers shown with decimals, digits and grouping, rounded on their digits\n"
+    "  time    the clock, dates written and read in one format language, spans\n",
     RunDemo,
 };
 

@@ -8,7 +8,8 @@
 namespace QELTA::Tool {
 namespace {
 
-constexpr std::array<Command const *, 4> commands = {&demo_command, &text_command, &uuid_command, &number_command};
+constexpr std::array<Command const *, 5> commands = {&demo_command, &text_command, &uuid_command, &number_command,
+                                                     &time_command};
 
 void PrintOverview(std::FILE * out) {
     std::fputs("usage: qelta <command> [arguments]\n\n"
