@@ -1,6 +1,7 @@
 // UUID: random and derived identifiers, the lock key and the text form.
 #include "Base/Text/UUID.h"
 
+#include "Base/Geometry/Vector.h"
 #include "Base/Text/Internal/MD5.h"
 #include "Base/Text/Platform/RandomPlatform.h"
 #include "Base/Text/TypeInfo.h"
@@ -68,6 +69,10 @@ UUID UUID::appendUUID(StringView const & value) const noexcept {
         return derive(empty_text_bytes, sizeof(empty_text_bytes));
     }
     return derive(value.data(), value.size());
+}
+
+UUID UUID::appendUUID(Vector<3, float> const & value) const noexcept {
+    return derive(value.values, sizeof(value.values));
 }
 
 UUID UUID::appendUUID(int value) const noexcept {

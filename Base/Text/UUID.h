@@ -18,6 +18,9 @@
 
 namespace QELTA {
 
+template <unsigned int N, class T>
+class Vector; // Base/Geometry/Vector.h
+
 // Sixteen bytes, compared byte by byte. The invalid value has all 16 bytes equal to 0xFF, and it
 // is what a default-constructed UUID holds. Derived identifiers (appendUUID) are the MD5 digest of
 // the 16 bytes of this UUID followed by the bytes of the value, so a chain of calls depends on
@@ -44,7 +47,8 @@ class QELTA_BASE_EXPORT UUID {
     UUID appendUUID(UUID const & value) const noexcept;
     // An empty text adds the 8 fixed bytes 73 38 96 94 12 18 2C 01 instead of nothing.
     UUID appendUUID(StringView const & value) const noexcept;
-    // Vector<3, float>: its three floats in memory form, 12 bytes (arrives with the geometry types).
+    // The three floats in memory form, 12 bytes.
+    UUID appendUUID(Vector<3, float> const & value) const noexcept;
     UUID appendUUID(int value) const noexcept; // 4 bytes little-endian, the same as unsigned int
     UUID appendUUID(unsigned int value) const noexcept;
     UUID appendUUID(long long value) const noexcept; // 8 bytes little-endian, as unsigned long long

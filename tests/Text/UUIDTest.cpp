@@ -1,6 +1,7 @@
 // MD5 against RFC 1321's test suite; UUID derivation against digests computed independently over
 // the exact bytes, the name ids, the text form with its edge cases, random ids and the lock key.
 #include "Base/Text/UUID.h"
+#include "Base/Geometry/Vector.h"
 #include "Base/Text/Internal/MD5.h"
 
 #include <gtest/gtest.h>
@@ -91,6 +92,7 @@ TEST(UUIDTest, DerivedIdsAreTheDigestOfTheBaseAndTheValueBytes) {
         {base.appendUUID(StringView("Hello, world")), "9cce2fc27131457ce5b852bdb0670104"},
         {base.appendUUID(1.5), "5abc2bebf4375138e21ada0e391ef1a9"},
         {base.appendUUID(1.5f), "d8a88e8fdc096b08d3b17aa46078c988"},
+        {base.appendUUID(Vector<3, float>(1.5f, -2.25f, 0.125f)), "06029f7938f36442e6572255a82645a6"},
         {base.appendUUID(1069547520), "d8a88e8fdc096b08d3b17aa46078c988"}, // the bits of 1.5f
         {base.appendUUID(UUID::Invalid()), "d1cdcc2302b46939634ac385078e922e"},
         {base.appendUUID(1).appendUUID(2), "0c53a709f8db264dd7a45034d079ea28"},

@@ -36,11 +36,13 @@ extern Command const text_command;
 extern Command const uuid_command;
 extern Command const number_command;
 extern Command const time_command;
+extern Command const angle_command;
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
 void DemoUuid();
 void DemoNumber();
 void DemoTime();
+void DemoAngle();
 
 } // namespace QELTA::Tool

@@ -15,6 +15,7 @@ int RunDemo(Arguments arguments) {
     DemoUuid();
     DemoNumber();
     DemoTime();
+    DemoAngle();
     std::puts("\nEnd of the tour.");
     return exit_ok;
 }
@@ -29,7 +30,8 @@ Command const demo_command = {
     "  text    growable buffers, hash maps, UTF-8 strings and typed text conversion\n"
     "  uuid    16-byte identities, random or derived by MD5 chains\n"
     "  number  numbers shown with decimals, digits and grouping, rounded on their digits\n"
-    "  time    the clock, dates written and read in one format language, spans\n",
+    "  time    the clock, dates written and read in one format language, spans\n"
+    "  angle   angles in index units, the sine table and orientations as quaternions\n",
     RunDemo,
 };
 

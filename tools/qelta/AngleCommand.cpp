@@ -1,0 +1,127 @@
+// qelta angle: an angle in every form the library holds it, with its sine table and quaternion.
+#include "tools/qelta/Command.h"
+
+#include "Base/Geometry/Angle.h"
+#include "Base/Geometry/AngleDefinitions.h"
+#include "Base/Text/String.h"
+#include "Base/Text/StringAllocatingView.h"
+#include "Base/Text/StringStream.h"
+
+#include <cmath>
+#include <cstdio>
+#include <string_view>
+
+namespace QELTA::Tool {
+namespace {
+
+constexpr std::string_view command_name = "angle";
+
+// The text form of a double, as the library stores it.
+String NumberText(double value) {
+    StringAllocatingView out;
+    StringStream<double>::toString(value, out);
+    return String(out.view());
+}
+
+// Reads the leading number of an argument as the library does; false when there is none.
+bool ReadNumber(char const * text, double & value) {
+    StringStream<double>::fromString(StringView(text), value);
+    return !std::isnan(value);
+}
+
+void PrintRow(char const * label, StringView const & value) {
+    std::printf("%-16s %.*s\n", label, static_cast<int>(value.size()), value.data());
+}
+
+void PrintAngle(Angle<double> const & angle) {
+    StringAllocatingView as_int;
+    StringStream<Angle<int>>::toString(Angle<int>(angle), as_int);
+    PrintRow("index (double)", NumberText(angle.value));
+    PrintRow("index (int)", as_int.view());
+    PrintRow("degrees", NumberText(angle.degrees()));
+    PrintRow("radians", NumberText(angle.radians()));
+    PrintRow("sine (table)", NumberText(AngleDefinitions::IndexSin(angle)));
+    PrintRow("cosine (table)", NumberText(AngleDefinitions::IndexCos(angle)));
+    Vector<4, double> const q =
+        AngleDefinitions::OrientationToQuaternion(Vector<3, Angle<double>>(Angle<double>(), Angle<double>(), angle));
+    String quaternion;
+    char const * const names[4] = {"x ", ", y ", ", z ", ", w "};
+    for (unsigned int i = 0; i < 4; ++i) {
+        quaternion.append(names[i]);
+        quaternion.append(NumberText(q[i]));
+    }
+    PrintRow("yaw quaternion", quaternion);
+}
+
+int RunAngle(Arguments arguments) {
+    char const * text = nullptr;
+    std::string_view from = "degrees";
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        std::string_view const argument(arguments[i]);
+        if (argument == "--from") {
+            if (i + 1 == arguments.size()) {
+                return UsageError(command_name, "--from needs degrees, radians or index");
+            }
+            from = arguments[++i];
+        } else if (text == nullptr) {
+            text = arguments[i];
+        } else {
+            return UsageError(command_name, "takes one VALUE");
+        }
+    }
+    double value = 0.0;
+    if (text == nullptr || !ReadNumber(text, value)) {
+        return UsageError(command_name, "needs a VALUE that is a number");
+    }
+    Angle<double> angle;
+    if (from == "degrees") {
+        angle = Angle<double>::FromDegrees(value);
+    } else if (from == "radians") {
+        angle = Angle<double>::FromRadians(value);
+    } else if (from == "index") {
+        angle = Angle<double>(value);
+    } else {
+        return UsageError(command_name, "--from takes degrees, radians or index");
+    }
+    PrintAngle(angle);
+    return exit_ok;
+}
+
+} // namespace
+
+void DemoAngle() {
+    std::puts("\n== Angles");
+    std::puts("Angles are held in index units, 65536 to the full turn. A right angle:");
+    PrintAngle(Angle<double>::FromDegrees(90.0));
+    Vector<3, Angle<double>> const orientation(Angle<double>(1000.0), Angle<double>(4000.0), Angle<double>(-2000.0));
+    Vector<3, Angle<double>> const back =
+        AngleDefinitions::QuaternionToOrientation(AngleDefinitions::OrientationToQuaternion(orientation));
+    std::printf("Roll, pitch, yaw 1000, 4000, -2000 through a quaternion come back as\n  %s, %s, %s\n",
+                NumberText(back[0].value).c_str(), NumberText(back[1].value).c_str(),
+                NumberText(back[2].value).c_str());
+    std::puts("(float accuracy, on purpose, so that a stored orientation reads the same everywhere).");
+    Vector<3, Angle<double>> const upright(Angle<double>(), Angle<double>(16384.0), Angle<double>());
+    std::printf(
+        "A pitch of a quarter turn comes back as exactly %s.\n",
+        NumberText(
+            AngleDefinitions::QuaternionToOrientation(AngleDefinitions::OrientationToQuaternion(upright))[1].value)
+            .c_str());
+}
+
+Command const angle_command = {
+    "angle",
+    "an angle in index units, degrees and radians, with its table sine and quaternion",
+    "usage: qelta angle VALUE [--from degrees|radians|index]\n\n"
+    "Reads the leading number of VALUE (\"90deg\" reads 90) as degrees (the default), radians or\n"
+    "index units (65536 to the full turn) and prints the angle in every form:\n"
+    "  index (double)  the index as the library stores an Angle<double>\n"
+    "  index (int)     the nearest int index; NaN when it does not fit an int\n"
+    "  degrees         360 to the full turn\n"
+    "  radians         2 pi to the full turn\n"
+    "  sine, cosine    from the quarter-turn table of 16385 entries, mirrored to the full turn\n"
+    "                  and interpolated between entries\n"
+    "  yaw quaternion  x, y, z, w of a turn by the angle about the vertical axis\n",
+    RunAngle,
+};
+
+} // namespace QELTA::Tool
