@@ -37,6 +37,7 @@ extern Command const uuid_command;
 extern Command const number_command;
 extern Command const time_command;
 extern Command const angle_command;
+extern Command const convert_command;
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
@@ -44,5 +45,6 @@ void DemoUuid();
 void DemoNumber();
 void DemoTime();
 void DemoAngle();
+void DemoConvert();
 
 } // namespace QELTA::Tool

@@ -1,0 +1,149 @@
+// qelta convert: a base value shown in a unit made on the spot, and read back from that text.
+#include "tools/qelta/Command.h"
+
+#include "Base/Language/TranslatedString.h"
+#include "Base/Text/String.h"
+#include "Base/Text/StringAllocatingView.h"
+#include "Base/Text/StringStream.h"
+#include "Base/Units/Unit.h"
+
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <string_view>
+
+namespace QELTA::Tool {
+namespace {
+
+constexpr std::string_view command_name = "convert";
+constexpr char unit_name[] = "command_line_unit";
+constexpr char unit_label[] = "Command Line Unit";
+
+String NumberText(double value) {
+    StringAllocatingView out;
+    StringStream<double>::toString(value, out);
+    return String(out.view());
+}
+
+bool ReadNumber(char const * text, double & value) {
+    StringStream<double>::fromString(StringView(text), value);
+    return !std::isnan(value);
+}
+
+// Reads a count for an option; false when it is not a plain number.
+bool ReadCount(char const * text, unsigned int & count) {
+    StringView const view(text);
+    if (view.isEmpty() || !view.isNumeric() || view.indexOf('-') != StringView::not_found ||
+        view.indexOf('.') != StringView::not_found) {
+        return false;
+    }
+    StringStream<unsigned int>::fromString(view, count);
+    return count != IntegerStringStream<unsigned int>::invalid;
+}
+
+void PrintRow(char const * label, StringView const & value) {
+    std::printf("%-18s %.*s\n", label, static_cast<int>(value.size()), value.data());
+}
+
+// The base value in the unit, the text read back into the base scale, and a round step.
+void Show(Unit const & unit, double base, unsigned int decimals) {
+    String const shown = unit.convertToString(base, false, 0, decimals, 0, true, 0);
+    PrintRow("base value", NumberText(base));
+    PrintRow("in the unit", shown);
+    PrintRow("text read back", NumberText(unit.convertFromString(shown, 0)));
+    PrintRow("exact round trip", NumberText(unit.convertFromUnit(unit.convertToUnit(base, 0), 0)));
+    PrintRow("step near value", NumberText(unit.epsilon(base, 0)));
+}
+
+std::unique_ptr<Unit> MakeUnit(double factor, double offset, bool with_offset, char const * abbreviation) {
+    TranslatedString label = TranslatedString::DirectString(unit_label);
+    TranslatedString shown = TranslatedString::DirectString(abbreviation);
+    if (with_offset) {
+        return std::make_unique<ScaledOffsetUnit>(unit_name, label, shown, factor, offset);
+    }
+    return std::make_unique<ScaledUnit>(unit_name, label, shown, factor);
+}
+
+int RunConvert(Arguments arguments) {
+    char const * text = nullptr;
+    char const * abbreviation = "";
+    double factor = 0.0;
+    double offset = 0.0;
+    unsigned int decimals = 2;
+    bool have_factor = false;
+    bool have_offset = false;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        std::string_view const argument(arguments[i]);
+        bool const has_next = i + 1 < arguments.size();
+        if (argument == "--factor" || argument == "--offset") {
+            double & target = argument == "--factor" ? factor : offset;
+            if (!has_next || !ReadNumber(arguments[i + 1], target)) {
+                return UsageError(command_name, "--factor and --offset need a number");
+            }
+            (argument == "--factor" ? have_factor : have_offset) = true;
+            ++i;
+        } else if (argument == "--decimals") {
+            if (!has_next || !ReadCount(arguments[i + 1], decimals)) {
+                return UsageError(command_name, "--decimals needs a whole number");
+            }
+            ++i;
+        } else if (argument == "--abbreviation") {
+            if (!has_next) {
+                return UsageError(command_name, "--abbreviation needs a text");
+            }
+            abbreviation = arguments[++i];
+        } else if (text == nullptr) {
+            text = arguments[i];
+        } else {
+            return UsageError(command_name, "takes one VALUE");
+        }
+    }
+    double base = 0.0;
+    if (text == nullptr || !ReadNumber(text, base)) {
+        return UsageError(command_name, "needs a VALUE that is a number");
+    }
+    if (!have_factor) {
+        return UsageError(command_name, "needs --factor F");
+    }
+    std::unique_ptr<Unit> const unit = MakeUnit(factor, offset, have_offset, abbreviation);
+    Show(*unit, base, decimals);
+    return exit_ok;
+}
+
+} // namespace
+
+void DemoConvert() {
+    std::puts("\n== Units");
+    std::puts("Values are stored in a base scale and shown in the user's unit. One metre in feet:");
+    ScaledUnit const feet("feet", TranslatedString::DirectString("Feet"), TranslatedString::DirectString("ft"),
+                          3.280839895013123);
+    Show(feet, 1.0, 2);
+    std::puts("100 degrees Celsius in Fahrenheit (factor 1.8, offset 32):");
+    ScaledOffsetUnit const fahrenheit("fahrenheit", TranslatedString::DirectString("Fahrenheit"),
+                                      TranslatedString::DirectString("F"), 1.8, 32.0);
+    Show(fahrenheit, 100.0, 1);
+    StringAllocatingView formula{StringView("2e3ft*(1.5ft-0.5)")};
+    feet.toFormula(formula, 0);
+    std::printf("Typed \"2e3ft*(1.5ft-0.5)\" becomes the formula \"%.*s\"\n", static_cast<int>(formula.size()),
+                formula.data());
+}
+
+Command const convert_command = {
+    "convert",
+    "a base value shown in a unit made of a factor and an offset, and read back",
+    "usage: qelta convert VALUE --factor F [--offset O] [--decimals N] [--abbreviation TEXT]\n\n"
+    "Makes a unit on the spot: a value in the unit is the base value * F (+ O with --offset).\n"
+    "VALUE is in the base scale (metres, degrees Celsius, ...); its leading number is read.\n"
+    "Prints:\n"
+    "  base value        VALUE as the library reads it\n"
+    "  in the unit       its text in the unit, with at most N decimals (default 2), rounded on\n"
+    "                    the decimal digits, followed by TEXT\n"
+    "  text read back    that text read again and taken back to the base scale\n"
+    "  exact round trip  the value taken to the unit and back without text\n"
+    "  step near value   a round step (1, 2.5, 5 or 10 times a power of ten in the unit) of\n"
+    "                    about the value's size, in the base scale; negative values step by 10\n"
+    "Example: qelta convert 1 --factor 3.280839895013123 --abbreviation ft\n",
+    RunConvert,
+};
+
+} // namespace QELTA::Tool
