@@ -1,0 +1,142 @@
+// RWLock, RLock and WLock: read/write locks named by any address, and their scope guards.
+//
+// The library locks objects, not code paths: `WLock lock(this)` looks the address up in one
+// process-wide table and takes that entry's RWLock, so a class needs no lock member. Entries are
+// created at first use and live until the process ends, so an entry never vanishes under a
+// waiting thread; a path that locks many short-lived objects grows the table. All operations are
+// thread-safe. A failing system mutex raises std::system_error; time-outs report only by result.
+#pragma once
+
+#include "Base/Export.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+
+namespace QELTA {
+
+class TimeSpan;
+class UUID;
+
+// A recursive read/write lock. Many threads may read, or one thread may write; the writer may
+// also read and may write again (each lock is given back once). A read lock cannot be upgraded:
+// a thread that reads and asks to write waits for itself forever. A thread's recursive read
+// locks take no mutex. While a writer waits, threads that do not read yet are held back, except
+// the primary thread (ThreadFunctions), which never waits behind a queued writer. Waits wake at
+// least once a second to look again, so a lost wake-up costs at most that.
+class QELTA_BASE_EXPORT RWLock {
+  public:
+    static constexpr unsigned int no_thread = 0xFFFFFFFF;
+
+    RWLock() = default;
+    RWLock(RWLock const &) = delete;
+    RWLock & operator=(RWLock const &) = delete;
+
+    void readLock();
+    void readUnlock();
+    bool tryReadLock();
+    // Attempts until `timeout` nanoseconds passed; 0 makes one attempt. The budget is measured
+    // from the first attempt each time and so ends early; that is how the lock has always timed.
+    bool tryReadLock(unsigned long long timeout);
+
+    void writeLock();
+    void writeUnlock();
+    // One attempt; it does not hold back new readers.
+    bool tryWriteLock();
+    // Counts as a waiting writer while it waits, so it holds back new readers meanwhile.
+    bool tryWriteLock(unsigned long long timeout);
+
+    // Threads that hold at least one read lock.
+    unsigned int numOfReadLocks() const;
+    // This thread's read locks on this lock.
+    unsigned int numOfReadLocksHeld() const;
+    // The writer's recursion depth.
+    unsigned int numOfWriteLocks() const noexcept;
+    // The recursion depth if this thread is the writer, else 0.
+    unsigned int numOfWriteLocksHeld() const noexcept;
+
+    // The lock named by `key`, created at first use; never null.
+    static RWLock * getEntry(void const * key);
+    // The lock named by `key` if one was ever created, else null; creates nothing.
+    static RWLock * findEntry(void const * key);
+
+  private:
+    // One read attempt with mutex_ held.
+    bool attemptRead(unsigned int self);
+    // One write attempt with mutex_ held.
+    bool attemptWrite(unsigned int self) noexcept;
+    // Waits for a change, at most `nanoseconds` (whole milliseconds; below 1 ms not at all).
+    void waitFor(std::unique_lock<std::mutex> & held, unsigned long long nanoseconds);
+    // Wakes every waiting thread, if there is one; mutex_ held.
+    void notifyWaiters() noexcept;
+
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    // The writer and its depth are also read without the mutex by the queries and by the writer
+    // itself on its recursive paths.
+    std::atomic<unsigned int> writer_thread_{no_thread};
+    std::atomic<unsigned int> write_count_{0};
+    unsigned int reader_count_ = 0;
+    unsigned int writers_waiting_ = 0;
+    unsigned int threads_waiting_ = 0;
+};
+
+// A read lock held for a scope. An empty guard (null key, failed attempt, moved from) holds
+// nothing and releases nothing.
+class QELTA_BASE_EXPORT RLock {
+  public:
+    // A null key takes no lock. Blocks.
+    explicit RLock(void const * key);
+    // The key is the id's unique pointer value. Blocks.
+    explicit RLock(UUID const & id);
+    // That lock itself, without the table. Blocks.
+    explicit RLock(RWLock & lock);
+    // Attempts for `timeout` nanoseconds (0: once).
+    RLock(void const * key, unsigned long long timeout);
+    // One attempt without waiting; `locked` receives the result. A null key leaves it untouched.
+    RLock(void const * key, bool & locked);
+    RLock(RLock && other) noexcept;
+    RLock(RLock const &) = delete;
+    RLock & operator=(RLock const &) = delete;
+    RLock & operator=(RLock &&) = delete;
+    ~RLock();
+
+    bool isLocked() const noexcept { return lock_ != nullptr; }
+
+    // Whether this thread holds a read lock or the write lock named by `key`; creates no entry.
+    static bool HasLock(void const * key);
+    static bool HasLock(RWLock const & lock);
+
+  private:
+    RWLock * lock_ = nullptr;
+};
+
+// A write lock held for a scope. An empty guard holds nothing and releases nothing.
+class QELTA_BASE_EXPORT WLock {
+  public:
+    explicit WLock(void const * key);
+    explicit WLock(UUID const & id);
+    explicit WLock(RWLock & lock);
+    // Attempts for `timeout` nanoseconds (0: once).
+    WLock(void const * key, unsigned long long timeout);
+    // The span's nanoseconds divided by 1e6 become the time-out, so the wait is a million times
+    // shorter than the span says; callers depend on that unit, so it stays. An Invalid span makes
+    // one attempt.
+    WLock(void const * key, TimeSpan const & timeout);
+    WLock(WLock && other) noexcept;
+    WLock(WLock const &) = delete;
+    WLock & operator=(WLock const &) = delete;
+    WLock & operator=(WLock &&) = delete;
+    ~WLock();
+
+    bool isLocked() const noexcept { return lock_ != nullptr; }
+
+    // Whether this thread holds the write lock named by `key`; creates no entry.
+    static bool HasLock(void const * key);
+    static bool HasLock(RWLock const & lock);
+
+  private:
+    RWLock * lock_ = nullptr;
+};
+
+} // namespace QELTA

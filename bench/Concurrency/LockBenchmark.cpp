@@ -1,0 +1,94 @@
+// Uncontended locks: a lock named by address and a lock held directly, beside the standard
+// library's shared and plain mutexes on one thread.
+#include "Base/Concurrency/RWLock.h"
+
+#include <benchmark/benchmark.h>
+
+#include <mutex>
+#include <shared_mutex>
+
+namespace QELTA {
+namespace {
+
+int named_object = 0;
+
+void ReadByAddressQELTA(benchmark::State & state) {
+    for (auto _ : state) {
+        RLock const guard(&named_object);
+        benchmark::DoNotOptimize(guard.isLocked());
+    }
+}
+
+void WriteByAddressQELTA(benchmark::State & state) {
+    for (auto _ : state) {
+        WLock const guard(&named_object);
+        benchmark::DoNotOptimize(guard.isLocked());
+    }
+}
+
+void ReadDirectQELTA(benchmark::State & state) {
+    RWLock lock;
+    for (auto _ : state) {
+        RLock const guard(lock);
+        benchmark::DoNotOptimize(guard.isLocked());
+    }
+}
+
+void WriteDirectQELTA(benchmark::State & state) {
+    RWLock lock;
+    for (auto _ : state) {
+        WLock const guard(lock);
+        benchmark::DoNotOptimize(guard.isLocked());
+    }
+}
+
+// A read lock inside a read lock already held: no mutex is taken.
+void RecursiveReadQELTA(benchmark::State & state) {
+    RWLock lock;
+    RLock const outer(lock);
+    for (auto _ : state) {
+        RLock const guard(lock);
+        benchmark::DoNotOptimize(guard.isLocked());
+    }
+}
+
+void ReadSharedMutex(benchmark::State & state) {
+    std::shared_mutex mutex;
+    for (auto _ : state) {
+        std::shared_lock<std::shared_mutex> const guard(mutex);
+        benchmark::DoNotOptimize(guard.owns_lock());
+    }
+}
+
+void WriteSharedMutex(benchmark::State & state) {
+    std::shared_mutex mutex;
+    for (auto _ : state) {
+        std::unique_lock<std::shared_mutex> const guard(mutex);
+        benchmark::DoNotOptimize(guard.owns_lock());
+    }
+}
+
+void WriteRecursiveMutex(benchmark::State & state) {
+    std::recursive_mutex mutex;
+    for (auto _ : state) {
+        std::unique_lock<std::recursive_mutex> const guard(mutex);
+        benchmark::DoNotOptimize(guard.owns_lock());
+    }
+}
+
+[[maybe_unused]] bool const registered = [] {
+    benchmark::RegisterBenchmark("ReadLockByAddress/QELTA", ReadByAddressQELTA);
+    benchmark::RegisterBenchmark("ReadLockByAddress/shared_mutex", ReadSharedMutex);
+    benchmark::RegisterBenchmark("WriteLockByAddress/QELTA", WriteByAddressQELTA);
+    benchmark::RegisterBenchmark("WriteLockByAddress/shared_mutex", WriteSharedMutex);
+    benchmark::RegisterBenchmark("ReadLock/QELTA", ReadDirectQELTA);
+    benchmark::RegisterBenchmark("ReadLock/shared_mutex", ReadSharedMutex);
+    benchmark::RegisterBenchmark("WriteLock/QELTA", WriteDirectQELTA);
+    benchmark::RegisterBenchmark("WriteLock/shared_mutex", WriteSharedMutex);
+    benchmark::RegisterBenchmark("RecursiveReadLock/QELTA", RecursiveReadQELTA);
+    benchmark::RegisterBenchmark("RecursiveReadLock/recursive_mutex", WriteRecursiveMutex);
+    return true;
+}();
+
+} // namespace
+} // namespace QELTA
