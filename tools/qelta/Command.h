@@ -36,6 +36,7 @@ extern Command const text_command;
 extern Command const uuid_command;
 extern Command const number_command;
 extern Command const time_command;
+extern Command const log_command;
 extern Command const angle_command;
 extern Command const convert_command;
 
@@ -44,6 +45,7 @@ void DemoText();
 void DemoUuid();
 void DemoNumber();
 void DemoTime();
+void DemoLog();
 void DemoAngle();
 void DemoConvert();
 

@@ -15,6 +15,7 @@ int RunDemo(Arguments arguments) {
     DemoUuid();
     DemoNumber();
     DemoTime();
+    DemoLog();
     DemoAngle();
     DemoConvert();
     std::puts("\nEnd of the tour.");
@@ -32,6 +33,7 @@ Command const demo_command = {
     "  uuid    16-byte identities, random or derived by MD5 chains\n"
     "  number  numbers shown with decimals, digits and grouping, rounded on their digits\n"
     "  time    the clock, dates written and read in one format language, spans\n"
+    "  log     log records as tab-separated lines, colour blocks, progress and cancel\n"
     "  angle   angles in index units, the sine table and orientations as quaternions\n"
     "  convert values in the base scale shown in units, read back, and round steps\n",
     RunDemo,

@@ -1,0 +1,278 @@
+// LogMessage: the stored text form and its reading rules, the text flags, the ANSI blocks, the
+// session marks and the session number of the run.
+#include "Base/Logging/LogMessage.h"
+#include "Base/Language/TranslatedString.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace QELTA {
+namespace {
+
+// 2021-02-03 04:05:06.123456789 UTC.
+Time const sample_time(Time(2021, 2, 3, 4, 5, 6, false).nanoseconds() + 123456789);
+
+std::string Text(StringView const & text) {
+    return std::string(text.data(), text.size());
+}
+
+std::string Stored(LogMessage const & message) {
+    StringAllocatingView out;
+    StringStream<LogMessage>::toString(message, out);
+    return Text(out.view());
+}
+
+TEST(LogMessageTest, StoredFormIsOneLineOfFourFields) {
+    struct Row {
+        char const * message;
+        unsigned char level;
+        unsigned short session;
+        char const * expected;
+    };
+    Row const rows[] = {
+        {"started", 2, 42, "21-02-03 04:05:06:123456\tstarted\t2\t42"},
+        // A tab in the text must not become a field separator.
+        {"a\tb", 7, 1, "21-02-03 04:05:06:123456\ta\\tb\t7\t1"},
+        {"one\ntwo\r\n", 0, 0, "21-02-03 04:05:06:123456\tone\\ntwo\\r\\n\t0\t0"},
+        {"\x1b[1;31mred\x1b[0m plain", 10, 7, "21-02-03 04:05:06:123456\tred plain\t10\t7"},
+        {"", 0, 0, "21-02-03 04:05:06:123456\t\t0\t0"},
+        // Records of an older run keep 65535 as digits.
+        {"old", 255, 65535, "21-02-03 04:05:06:123456\told\t255\t65535"},
+    };
+    for (Row const & row : rows) {
+        SCOPED_TRACE(row.expected);
+        EXPECT_EQ(Stored(LogMessage(sample_time, row.message, row.level, row.session)), row.expected);
+    }
+}
+
+TEST(LogMessageTest, StoredFormAppendsToWhatIsThere) {
+    StringAllocatingView out(StringView("line\t"));
+    StringStream<LogMessage>::toString(LogMessage(sample_time, "x\ty", 1, 2), out);
+    EXPECT_EQ(Text(out.view()), "line\t21-02-03 04:05:06:123456\tx\\ty\t1\t2");
+}
+
+TEST(LogMessageTest, MessageFlagsEachControlOneRule) {
+    char const raw[] = "a\tb\n\x1b[1;31mc\x1b[0m\r";
+    struct Row {
+        bool keep_new_lines;
+        bool keep_tabs;
+        bool keep_formatting;
+        char const * expected;
+    };
+    Row const rows[] = {
+        {true, true, true, raw},
+        {false, false, false, "a\\tb\\nc\\r"},
+        {true, false, true, "a\\tb\n\x1b[1;31mc\x1b[0m\r"},
+        {false, true, true, "a\tb\\n\x1b[1;31mc\x1b[0m\\r"},
+        {true, true, false, "a\tb\nc\r"},
+    };
+    LogMessage const message(sample_time, raw, 0, 0);
+    for (Row const & row : rows) {
+        SCOPED_TRACE(testing::Message() << row.keep_new_lines << row.keep_tabs << row.keep_formatting);
+        EXPECT_EQ(Text(message.message(row.keep_new_lines, row.keep_tabs, row.keep_formatting).view()), row.expected);
+    }
+}
+
+TEST(LogMessageTest, FormattingRemovalLeavesNoSequence) {
+    struct Row {
+        char const * raw;
+        char const * expected;
+    };
+    Row const rows[] = {
+        {"\x1b[31mred\x1b[0m", "red"},
+        {"\x1b[38;5;196mx\x1b[K", "x"},
+        {"\x1b[m", ""},
+        // A byte 27 that starts no sequence stays.
+        {"a\x1b b", "a\x1b b"},
+        {"\x1b[31", "\x1b[31"},
+        // Removing a sequence joins a stray byte 27 with the rest into a new one, which goes too.
+        {"\x1bx\x1b\x1b[1m[2mz", "\x1bxz"},
+    };
+    for (Row const & row : rows) {
+        SCOPED_TRACE(row.expected);
+        EXPECT_EQ(Text(LogMessage(sample_time, row.raw, 0, 0).message(true, true, false).view()), row.expected);
+    }
+}
+
+TEST(LogMessageTest, AppendMessageChangesOnlyTheAppendedPart) {
+    StringAllocatingView out(StringView("kept\t\n\x1b[1m|"));
+    LogMessage(sample_time, "a\tb\n\x1b[2mc", 0, 0).appendMessage(out, false, false, false);
+    EXPECT_EQ(Text(out.view()), "kept\t\n\x1b[1m|a\\tb\\nc");
+}
+
+TEST(LogMessageTest, AnsiiEscapeBlocks) {
+    using Blocks = std::vector<std::pair<std::string, std::string>>;
+    struct Row {
+        char const * raw;
+        Blocks expected;
+    };
+    Row const rows[] = {
+        {"", {}},
+        {"plain", {{"0", "plain"}}},
+        // A leading sequence gives no "0" block before it.
+        {"\x1b[31mred", {{"31", "red"}}},
+        // A sequence at the very end gives a last block with an empty text.
+        {"pre\x1b[1;32mgreen\x1b[0m", {{"0", "pre"}, {"1;32", "green"}, {"0", ""}}},
+        {"a\x1b[mb", {{"0", "a"}, {"", "b"}}},
+        {"\x1b[31mred\x1b stray\x1b[0mend", {{"31", "red"}, {"0", "\x1b stray"}, {"0", "end"}}},
+        {"\x1b[31mred\x1b stray", {{"31", "red"}, {"0", "\x1b stray"}}},
+        {"x\x1b[31", {{"0", "x\x1b[31"}}},
+    };
+    for (Row const & row : rows) {
+        SCOPED_TRACE(row.raw);
+        Buffer<std::pair<String, String>> const blocks = LogMessage(sample_time, row.raw, 0, 0).ansiiEscapeBlocks();
+        Blocks actual;
+        for (std::pair<String, String> const & block : blocks) {
+            actual.emplace_back(Text(block.first), Text(block.second));
+        }
+        EXPECT_EQ(actual, row.expected);
+    }
+}
+
+TEST(LogMessageTest, SessionMarks) {
+    std::string const start = "\\" + std::string(98, '-') + "|";
+    std::string const end = "/" + std::string(98, '-') + "|";
+    EXPECT_EQ(Text(LogSessionStart()), start);
+    EXPECT_EQ(Text(LogSessionEnd()), end);
+
+    struct Row {
+        std::string raw;
+        bool session_start;
+        bool session_end;
+    };
+    // isSessionEnd compares against the start mark: true on a start, false on an end.
+    Row const rows[] = {
+        {start, true, true}, {end, false, false}, {start + " ", false, false}, {start.substr(1), false, false},
+        {"", false, false},
+    };
+    for (Row const & row : rows) {
+        SCOPED_TRACE(row.raw);
+        LogMessage const message(sample_time, StringView(row.raw), 2, 65535);
+        EXPECT_EQ(message.isSessionStart(), row.session_start);
+        EXPECT_EQ(message.isSessionEnd(), row.session_end);
+    }
+}
+
+TEST(LogMessageTest, SessionNumberIsOneForTheRun) {
+    unsigned short const session = CurrentLogSession();
+    EXPECT_LT(session, 65534);
+    std::vector<unsigned short> seen(8, 65535);
+    std::vector<std::thread> threads;
+    for (unsigned short & slot : seen) {
+        threads.emplace_back([&slot] { slot = CurrentLogSession(); });
+    }
+    for (std::thread & thread : threads) {
+        thread.join();
+    }
+    for (unsigned short const other : seen) {
+        EXPECT_EQ(other, session);
+    }
+    EXPECT_TRUE(LogMessage().isFromCurrentSession());
+    EXPECT_TRUE(LogMessage("now", 1).isFromCurrentSession());
+    EXPECT_FALSE(LogMessage(sample_time, "old", 1, 65535).isFromCurrentSession());
+}
+
+TEST(LogMessageTest, HasSubString) {
+    struct Row {
+        char const * raw;
+        char const * needle;
+        bool ignore_case;
+        bool expected;
+    };
+    Row const rows[] = {
+        {"", "", false, true},         {"abc", "", false, true},    {"ab", "abc", false, false},
+        {"Hello", "LL", false, false}, {"Hello", "LL", true, true}, {"Hello", "lo", false, true},
+    };
+    for (Row const & row : rows) {
+        SCOPED_TRACE(testing::Message() << row.raw << " / " << row.needle);
+        EXPECT_EQ(LogMessage(sample_time, row.raw, 0, 0).hasSubString(row.needle, row.ignore_case), row.expected);
+    }
+}
+
+// The record keeps the translatable text form, slots unfilled, so that it can be shown later
+// in another language.
+TEST(LogMessageTest, TranslatedTextKeepsItsTextForm) {
+    TranslatedString text = TranslatedString::DirectString("Copied [count] files");
+    text.replace("[count]", "3");
+    LogMessage const message(text, 2);
+    EXPECT_EQ(Text(message.rawMessage().view()), "Copied [count] files~[count]~3");
+    EXPECT_EQ(message.logRecordLevel(), 2);
+    EXPECT_TRUE(message.isFromCurrentSession());
+}
+
+TEST(LogMessageTest, StoredFormReadsBack) {
+    std::mt19937_64 random(7);
+    // Two-digit years read back within 50 years of now.
+    unsigned long long const first = Time(2000, 1, 1, 0, 0, 0, false).nanoseconds();
+    unsigned long long const last = Time(2060, 12, 31, 23, 59, 59, false).nanoseconds();
+    std::uniform_int_distribution<unsigned long long> pick_time(first, last);
+    for (int i = 0; i < 200; ++i) {
+        Time const time(pick_time(random));
+        auto const level = static_cast<unsigned char>(random() % 256);
+        auto const session = static_cast<unsigned short>(random() % 65536);
+        std::string const text = "record " + std::to_string(i) + " \x1b[32mok\x1b[0m";
+        LogMessage read;
+        StringStream<LogMessage>::fromString(StringView(Stored(LogMessage(time, StringView(text), level, session))),
+                                             read);
+        SCOPED_TRACE(text);
+        EXPECT_EQ(read.recordTime().nanoseconds(), time.nanoseconds() / 1000 * 1000);
+        EXPECT_EQ(Text(read.rawMessage().view()), "record " + std::to_string(i) + " ok");
+        EXPECT_EQ(read.logRecordLevel(), level);
+        EXPECT_EQ(read.sessionNumber(), session);
+    }
+}
+
+TEST(LogMessageTest, StoredFormReadingRules) {
+    Time const read_time(Time(2021, 2, 3, 4, 5, 6, false).nanoseconds() + 123456000);
+    struct Row {
+        char const * text;
+        unsigned long long time;
+        char const * message;
+        unsigned char level;
+        unsigned short session;
+    };
+    Row const rows[] = {
+        {"21-02-03 04:05:06:123456\tmsg\t3\t9", read_time.nanoseconds(), "msg", 3, 9},
+        {"21-02-03 04:05:06:123456\tmsg\t3\t9\textra\tmore", read_time.nanoseconds(), "msg", 3, 9},
+        // Three fields are time, level, text, and the session is what the text begins with.
+        {"21-02-03 04:05:06:123456\t7\t123 started", read_time.nanoseconds(), "123 started", 7, 123},
+        {"21-02-03 04:05:06:123456\t7\tplain", read_time.nanoseconds(), "plain", 7, 0},
+        {"21-02-03 04:05:06:123456\t7\t", read_time.nanoseconds(), "", 7, 0},
+        // Escapes are not turned back.
+        {"21-02-03 04:05:06:123456\ta\\nb\\tc\t2\t5", read_time.nanoseconds(), "a\\nb\\tc", 2, 5},
+        // Numbers follow the typed text rules: a bad level is 255, a bad session Invalid.
+        {"21-02-03 04:05:06:123456\tm\tlow\tnone", read_time.nanoseconds(), "m", 255, 65535},
+        // An Invalid time is written "NaN" and reads back Invalid.
+        {"NaN\tm\t1\t2", Time::invalid, "m", 1, 2},
+        {"21-13-03 04:05:06:000000\tm\t1\t2", Time::invalid, "m", 1, 2},
+    };
+    for (Row const & row : rows) {
+        SCOPED_TRACE(row.text);
+        LogMessage read;
+        StringStream<LogMessage>::fromString(row.text, read);
+        EXPECT_EQ(read.recordTime().nanoseconds(), row.time);
+        EXPECT_EQ(Text(read.rawMessage().view()), row.message);
+        EXPECT_EQ(read.logRecordLevel(), row.level);
+        EXPECT_EQ(read.sessionNumber(), row.session);
+    }
+}
+
+TEST(LogMessageTest, ShortTextLeavesTheRecordAlone) {
+    for (char const * text : {"", "21-02-03 04:05:06:123456", "21-02-03 04:05:06:123456\tonly"}) {
+        SCOPED_TRACE(text);
+        LogMessage read(sample_time, "kept", 4, 5);
+        StringStream<LogMessage>::fromString(text, read);
+        EXPECT_EQ(read.recordTime(), sample_time);
+        EXPECT_EQ(Text(read.rawMessage().view()), "kept");
+        EXPECT_EQ(read.logRecordLevel(), 4);
+        EXPECT_EQ(read.sessionNumber(), 5);
+    }
+}
+
+} // namespace
+} // namespace QELTA
