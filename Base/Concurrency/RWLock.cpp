@@ -15,10 +15,23 @@ namespace {
 
 constexpr unsigned long long wait_slice = 1000000000ull; // the longest single wait, 1 s
 
-// How many read locks the calling thread holds on each lock. Only its own thread touches it.
+// What the calling thread knows of locks; only its own thread touches it. The initial-exec model
+// spares the lookup of the library's thread storage on every lock; the library is loaded with
+// the program (or early enough for the static reserve), never unloaded.
+struct ThreadLocks {
+    // How many read locks the thread holds on each lock.
+    Dictionary<RWLock const *, unsigned int> read_locks;
+    // Table entries the thread has looked up: they never move or vanish, so they may be kept.
+    Dictionary<void const *, RWLock *> known;
+};
+
+ThreadLocks & ThisThread() {
+    thread_local ThreadLocks locks __attribute__((tls_model("initial-exec")));
+    return locks;
+}
+
 Dictionary<RWLock const *, unsigned int> & ThreadReadLocks() {
-    thread_local Dictionary<RWLock const *, unsigned int> read_locks;
-    return read_locks;
+    return ThisThread().read_locks;
 }
 
 // The named locks: allocated at first use and never freed, so that entries outlive every user.
@@ -39,13 +52,23 @@ void const * UUIDKey(UUID const & id) noexcept {
 } // namespace
 
 RWLock * RWLock::getEntry(void const * key) {
-    LockTable & table = Locks();
-    std::lock_guard<std::mutex> const guard(table.mutex);
-    RWLock *& entry = table.locks[key];
-    if (entry == nullptr) {
-        entry = new RWLock;
+    Dictionary<void const *, RWLock *> & known = ThisThread().known;
+    auto const cached = known.find(key);
+    if (cached != known.end()) {
+        return cached->value();
     }
-    return entry;
+    LockTable & table = Locks();
+    RWLock * lock = nullptr;
+    {
+        std::lock_guard<std::mutex> const guard(table.mutex);
+        RWLock *& entry = table.locks[key];
+        if (entry == nullptr) {
+            entry = new RWLock;
+        }
+        lock = entry;
+    }
+    known.insert(key, lock);
+    return lock;
 }
 
 RWLock * RWLock::findEntry(void const * key) {
@@ -55,49 +78,70 @@ RWLock * RWLock::findEntry(void const * key) {
     return found == table.locks.end() ? nullptr : found->value();
 }
 
-bool RWLock::attemptRead(unsigned int self) {
-    Dictionary<RWLock const *, unsigned int> & held = ThreadReadLocks();
-    auto const entry = held.find(this);
-    bool const reads = entry != held.end();
-    if (writer_thread_.load(std::memory_order_relaxed) != self) {
-        if (write_count_.load(std::memory_order_relaxed) != 0) {
+bool RWLock::enterReading(unsigned int self, bool mutex_held) {
+    if (writer_thread_.load() != self) {
+        if (write_count_.load() != 0) {
             return false;
         }
-        if (writers_waiting_ != 0 && !reads && !ThreadFunctions::IsPrimaryThread()) {
+        // Waiting writers hold back new readers, but never the primary thread.
+        if (writers_waiting_.load() != 0 && !ThreadFunctions::IsPrimaryThread()) {
             return false;
         }
-    }
-    if (reads) {
-        ++entry->value();
+        reader_count_.fetch_add(1);
+        if (writer_thread_.load() != no_thread ||
+            (writers_waiting_.load() != 0 && !ThreadFunctions::IsPrimaryThread())) {
+            leaveReading(mutex_held); // a writer came in meanwhile
+            return false;
+        }
     } else {
-        held.insert(this, 1u);
-        ++reader_count_;
+        reader_count_.fetch_add(1);
     }
+    ThreadReadLocks().insert(this, 1u);
     return true;
 }
 
-bool RWLock::attemptWrite(unsigned int self) noexcept {
-    unsigned int const writer = writer_thread_.load(std::memory_order_relaxed);
-    if (writer != self && (writer != no_thread || reader_count_ != 0)) {
+void RWLock::leaveReading(bool mutex_held) {
+    unsigned int const readers_left = reader_count_.fetch_sub(1) - 1;
+    if (readers_left != 0 && writers_waiting_.load() == 0) {
+        return;
+    }
+    if (mutex_held) {
+        notifyWaiters();
+    } else if (threads_waiting_.load() != 0) {
+        std::lock_guard<std::mutex> const guard(mutex_);
+        changed_.notify_all();
+    }
+}
+
+bool RWLock::enterWriting(unsigned int self) {
+    unsigned int const writer = writer_thread_.load();
+    if (writer == self) {
+        write_count_.fetch_add(1);
+        return true;
+    }
+    if (writer != no_thread || reader_count_.load() != 0) {
         return false;
     }
-    writer_thread_.store(self, std::memory_order_relaxed);
-    write_count_.fetch_add(1, std::memory_order_relaxed);
+    writer_thread_.store(self);
+    if (reader_count_.load() != 0) {
+        // A reader came in meanwhile; it may have seen this writer and backed off to wait.
+        writer_thread_.store(no_thread);
+        notifyWaiters();
+        return false;
+    }
+    write_count_.fetch_add(1);
     return true;
 }
 
 void RWLock::waitFor(std::unique_lock<std::mutex> & held, unsigned long long nanoseconds) {
     unsigned long long const milliseconds = nanoseconds / 1000000ull;
-    if (milliseconds == 0) {
-        return;
+    if (milliseconds != 0) {
+        changed_.wait_for(held, std::chrono::milliseconds(milliseconds));
     }
-    ++threads_waiting_;
-    changed_.wait_for(held, std::chrono::milliseconds(milliseconds));
-    --threads_waiting_;
 }
 
 void RWLock::notifyWaiters() noexcept {
-    if (threads_waiting_ != 0) {
+    if (threads_waiting_.load() != 0) {
         changed_.notify_all();
     }
 }
@@ -111,10 +155,15 @@ void RWLock::readLock() {
         return;
     }
     unsigned int const self = ThreadFunctions::CurrentThreadID();
+    if (enterReading(self, false)) {
+        return;
+    }
     std::unique_lock<std::mutex> guard(mutex_);
-    while (!attemptRead(self)) {
+    threads_waiting_.fetch_add(1);
+    while (!enterReading(self, true)) {
         waitFor(guard, wait_slice);
     }
+    threads_waiting_.fetch_sub(1);
 }
 
 void RWLock::readUnlock() {
@@ -127,12 +176,7 @@ void RWLock::readUnlock() {
         return;
     }
     held.erase(entry);
-    std::lock_guard<std::mutex> const guard(mutex_);
-    --reader_count_;
-    if (reader_count_ != 0 && writers_waiting_ == 0) {
-        return;
-    }
-    notifyWaiters();
+    leaveReading(false);
 }
 
 bool RWLock::tryReadLock() {
@@ -140,62 +184,80 @@ bool RWLock::tryReadLock() {
 }
 
 bool RWLock::tryReadLock(unsigned long long timeout) {
+    Dictionary<RWLock const *, unsigned int> & held = ThreadReadLocks();
+    auto const entry = held.find(this);
+    if (entry != held.end()) {
+        ++entry->value();
+        return true;
+    }
     unsigned int const self = ThreadFunctions::CurrentThreadID();
-    std::unique_lock<std::mutex> guard(mutex_);
-    if (attemptRead(self)) {
+    if (enterReading(self, false)) {
         return true;
     }
     if (timeout == 0) {
         return false;
     }
+    std::unique_lock<std::mutex> guard(mutex_);
+    threads_waiting_.fetch_add(1);
     Time const start = Time::SystemTime();
     unsigned long long remaining = timeout;
-    while (true) {
+    bool locked = enterReading(self, true);
+    while (!locked) {
         waitFor(guard, remaining < wait_slice ? remaining : wait_slice);
-        if (attemptRead(self)) {
-            return true;
+        locked = enterReading(self, true);
+        if (locked) {
+            break;
         }
+        // Measured from the first start each time, so the budget runs out early.
         unsigned long long const elapsed = Time::SystemTime().nanoseconds() - start.nanoseconds();
         if (remaining <= elapsed) {
-            return attemptRead(self);
+            locked = enterReading(self, true);
+            break;
         }
         remaining -= elapsed;
     }
+    threads_waiting_.fetch_sub(1);
+    return locked;
 }
 
 void RWLock::writeLock() {
     unsigned int const self = ThreadFunctions::CurrentThreadID();
-    if (writer_thread_.load(std::memory_order_relaxed) == self) {
-        write_count_.fetch_add(1, std::memory_order_relaxed);
+    if (writer_thread_.load() == self) {
+        write_count_.fetch_add(1);
         return;
     }
     std::unique_lock<std::mutex> guard(mutex_);
-    ++writers_waiting_;
-    while (!attemptWrite(self)) {
+    if (enterWriting(self)) {
+        return;
+    }
+    writers_waiting_.fetch_add(1);
+    threads_waiting_.fetch_add(1);
+    while (!enterWriting(self)) {
         waitFor(guard, wait_slice);
     }
-    --writers_waiting_;
+    threads_waiting_.fetch_sub(1);
+    writers_waiting_.fetch_sub(1);
 }
 
 void RWLock::writeUnlock() {
-    unsigned int const depth = write_count_.load(std::memory_order_relaxed);
+    unsigned int const depth = write_count_.load();
     if (depth == 0) {
         return; // not held: a caller's error, and nothing to give back
     }
     if (depth != 1) {
-        write_count_.fetch_sub(1, std::memory_order_relaxed);
+        write_count_.fetch_sub(1);
         return;
     }
     std::lock_guard<std::mutex> const guard(mutex_);
-    write_count_.store(0, std::memory_order_relaxed);
-    writer_thread_.store(no_thread, std::memory_order_relaxed);
+    write_count_.store(0);
+    writer_thread_.store(no_thread);
     notifyWaiters();
 }
 
 bool RWLock::tryWriteLock() {
     unsigned int const self = ThreadFunctions::CurrentThreadID();
     std::lock_guard<std::mutex> const guard(mutex_);
-    return attemptWrite(self);
+    return enterWriting(self);
 }
 
 bool RWLock::tryWriteLock(unsigned long long timeout) {
@@ -204,27 +266,29 @@ bool RWLock::tryWriteLock(unsigned long long timeout) {
     }
     unsigned int const self = ThreadFunctions::CurrentThreadID();
     std::unique_lock<std::mutex> guard(mutex_);
-    if (attemptWrite(self)) {
+    if (enterWriting(self)) {
         return true;
     }
-    ++writers_waiting_;
+    writers_waiting_.fetch_add(1);
+    threads_waiting_.fetch_add(1);
     Time const start = Time::SystemTime();
     unsigned long long remaining = timeout;
     bool locked = false;
     while (!locked) {
         waitFor(guard, remaining < wait_slice ? remaining : wait_slice);
-        locked = attemptWrite(self);
+        locked = enterWriting(self);
         if (locked) {
             break;
         }
         unsigned long long const elapsed = Time::SystemTime().nanoseconds() - start.nanoseconds();
         if (remaining <= elapsed) {
-            locked = attemptWrite(self);
+            locked = enterWriting(self);
             break;
         }
         remaining -= elapsed;
     }
-    --writers_waiting_;
+    threads_waiting_.fetch_sub(1);
+    writers_waiting_.fetch_sub(1);
     if (!locked) {
         notifyWaiters(); // readers held back by this attempt may go on
     }
@@ -232,8 +296,7 @@ bool RWLock::tryWriteLock(unsigned long long timeout) {
 }
 
 unsigned int RWLock::numOfReadLocks() const {
-    std::lock_guard<std::mutex> const guard(mutex_);
-    return reader_count_;
+    return reader_count_.load();
 }
 
 unsigned int RWLock::numOfReadLocksHeld() const {

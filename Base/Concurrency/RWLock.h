@@ -61,24 +61,31 @@ class QELTA_BASE_EXPORT RWLock {
     static RWLock * findEntry(void const * key);
 
   private:
-    // One read attempt with mutex_ held.
-    bool attemptRead(unsigned int self);
-    // One write attempt with mutex_ held.
-    bool attemptWrite(unsigned int self) noexcept;
+    // Takes the first read lock of a thread that holds none, if the rules let it; needs no mutex
+    // (`mutex_held` tells whether the caller holds it anyway).
+    bool enterReading(unsigned int self, bool mutex_held);
+    // Gives back the last read lock of the calling thread.
+    void leaveReading(bool mutex_held);
+    // One write attempt; mutex_ held.
+    bool enterWriting(unsigned int self);
     // Waits for a change, at most `nanoseconds` (whole milliseconds; below 1 ms not at all).
     void waitFor(std::unique_lock<std::mutex> & held, unsigned long long nanoseconds);
     // Wakes every waiting thread, if there is one; mutex_ held.
     void notifyWaiters() noexcept;
 
+    // The counts are atomic so that readers get in and out without the mutex: a reader counts
+    // itself in, then looks for a writer; a writer marks itself, then looks for readers. With
+    // sequentially consistent order one of the two always sees the other and backs off. The
+    // mutex orders writers and the waits.
     mutable std::mutex mutex_;
     std::condition_variable changed_;
-    // The writer and its depth are also read without the mutex by the queries and by the writer
-    // itself on its recursive paths.
     std::atomic<unsigned int> writer_thread_{no_thread};
     std::atomic<unsigned int> write_count_{0};
-    unsigned int reader_count_ = 0;
-    unsigned int writers_waiting_ = 0;
-    unsigned int threads_waiting_ = 0;
+    std::atomic<unsigned int> reader_count_{0};
+    std::atomic<unsigned int> writers_waiting_{0};
+    // Threads inside a blocking or timed acquisition, counted before their first attempt so that
+    // an unlock without the mutex never misses one.
+    std::atomic<unsigned int> threads_waiting_{0};
 };
 
 // A read lock held for a scope. An empty guard (null key, failed attempt, moved from) holds

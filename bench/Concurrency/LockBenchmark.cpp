@@ -6,6 +6,7 @@
 
 #include <mutex>
 #include <shared_mutex>
+#include <vector>
 
 namespace QELTA {
 namespace {
@@ -76,6 +77,45 @@ void WriteRecursiveMutex(benchmark::State & state) {
     }
 }
 
+// Each iteration locks an address the table has never seen: lookup, insertion and the lock.
+void FirstLockQELTA(benchmark::State & state) {
+    static std::vector<char> addresses(4000000);
+    std::size_t next = static_cast<std::size_t>(state.thread_index()) * 1000000;
+    for (auto _ : state) {
+        WLock const guard(&addresses[next++]);
+        benchmark::DoNotOptimize(guard.isLocked());
+    }
+}
+
+void FirstLockSharedMutex(benchmark::State & state) {
+    for (auto _ : state) {
+        auto * const mutex = new std::shared_mutex;
+        mutex->lock();
+        mutex->unlock();
+        benchmark::DoNotOptimize(mutex);
+        delete mutex;
+    }
+}
+
+// Every thread reads its own object: no contention, only the shared table.
+void DistinctReadersQELTA(benchmark::State & state) {
+    static int objects[64];
+    void const * const key = &objects[state.thread_index() * 16 % 64];
+    for (auto _ : state) {
+        RLock const guard(key);
+        benchmark::DoNotOptimize(guard.isLocked());
+    }
+}
+
+void DistinctReadersSharedMutex(benchmark::State & state) {
+    static std::shared_mutex mutexes[64];
+    std::shared_mutex & mutex = mutexes[state.thread_index() * 16 % 64];
+    for (auto _ : state) {
+        std::shared_lock<std::shared_mutex> const guard(mutex);
+        benchmark::DoNotOptimize(guard.owns_lock());
+    }
+}
+
 [[maybe_unused]] bool const registered = [] {
     benchmark::RegisterBenchmark("ReadLockByAddress/QELTA", ReadByAddressQELTA);
     benchmark::RegisterBenchmark("ReadLockByAddress/shared_mutex", ReadSharedMutex);
@@ -87,6 +127,13 @@ void WriteRecursiveMutex(benchmark::State & state) {
     benchmark::RegisterBenchmark("WriteLock/shared_mutex", WriteSharedMutex);
     benchmark::RegisterBenchmark("RecursiveReadLock/QELTA", RecursiveReadQELTA);
     benchmark::RegisterBenchmark("RecursiveReadLock/recursive_mutex", WriteRecursiveMutex);
+    benchmark::RegisterBenchmark("FirstLockOfNewAddress/QELTA", FirstLockQELTA)->Iterations(500000);
+    benchmark::RegisterBenchmark("FirstLockOfNewAddress/shared_mutex", FirstLockSharedMutex)->Iterations(500000);
+    for (int threads : {1, 2, 4}) {
+        benchmark::RegisterBenchmark("ReadLockDistinctAddresses/QELTA", DistinctReadersQELTA)->Threads(threads);
+        benchmark::RegisterBenchmark("ReadLockDistinctAddresses/shared_mutex", DistinctReadersSharedMutex)
+            ->Threads(threads);
+    }
     return true;
 }();
 
