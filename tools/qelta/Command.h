@@ -39,6 +39,7 @@ extern Command const time_command;
 extern Command const log_command;
 extern Command const angle_command;
 extern Command const convert_command;
+extern Command const resource_command;
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
@@ -48,5 +49,6 @@ void DemoTime();
 void DemoLog();
 void DemoAngle();
 void DemoConvert();
+void DemoResource();
 
 } // namespace QELTA::Tool

@@ -18,6 +18,7 @@ int RunDemo(Arguments arguments) {
     DemoLog();
     DemoAngle();
     DemoConvert();
+    DemoResource();
     std::puts("\nEnd of the tour.");
     return exit_ok;
 }
@@ -29,13 +30,14 @@ Command const demo_command = {
     "a tour of the library's capabilities",
     "usage: qelta demo\n\n"
     "Runs a short tour that shows each capability of the library at work:\n"
-    "  text    growable buffers, hash maps, UTF-8 strings and typed text conversion\n"
-    "  uuid    16-byte identities, random or derived by MD5 chains\n"
-    "  number  numbers shown with decimals, digits and grouping, rounded on their digits\n"
-    "  time    the clock, dates written and read in one format language, spans\n"
-    "  log     log records as tab-separated lines, colour blocks, progress and cancel\n"
-    "  angle   angles in index units, the sine table and orientations as quaternions\n"
-    "  convert values in the base scale shown in units, read back, and round steps\n",
+    "  text     growable buffers, hash maps, UTF-8 strings and typed text conversion\n"
+    "  uuid     16-byte identities, random or derived by MD5 chains\n"
+    "  number   numbers shown with decimals, digits and grouping, rounded on their digits\n"
+    "  time     the clock, dates written and read in one format language, spans\n"
+    "  log      log records as tab-separated lines, colour blocks, progress and cancel\n"
+    "  angle    angles in index units, the sine table and orientations as quaternions\n"
+    "  convert  values in the base scale shown in units, read back, and round steps\n"
+    "  resource an observable value whose listeners hear each change, once and in order\n",
     RunDemo,
 };
 
