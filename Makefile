@@ -13,7 +13,7 @@ all: demo
 
 help:
 	@echo "make demo    build the release qelta program and run its demo tour"
-	@echo "make test    build with AddressSanitizer + UBSan and run every test through ctest"
+	@echo "make test    build with AddressSanitizer + UBSan and run every test through ctest,\n             then the threaded suites under ThreadSanitizer"
 	@echo "make tsan    build with ThreadSanitizer and run every test"
 	@echo "make bench   build release benchmarks and update BENCHMARKS.md"
 	@echo "make install PREFIX=/usr/local   install the library, headers and CMake package"
@@ -25,11 +25,19 @@ demo:
 	$(CMAKE) --build --preset release --target qelta -j $(JOBS)
 	build/release/tools/qelta/qelta demo
 
+# The suites whose code runs on several threads also run under ThreadSanitizer in `make test`.
+TSAN_SUITES := Concurrency Logging Settings Time
+empty :=
+space := $(empty) $(empty)
+
 test:
 	scripts/setup test
 	$(CMAKE) --preset asan
 	$(CMAKE) --build --preset asan -j $(JOBS)
 	$(CTEST) --preset asan -j $(JOBS)
+	$(CMAKE) --preset tsan
+	$(CMAKE) --build --preset tsan -j $(JOBS) --target $(addsuffix Tests,$(TSAN_SUITES))
+	$(CTEST) --preset tsan -j $(JOBS) -L '^($(subst $(space),|,$(TSAN_SUITES)))$$'
 
 tsan:
 	scripts/setup test

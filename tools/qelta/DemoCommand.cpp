@@ -16,6 +16,7 @@ int RunDemo(Arguments arguments) {
     DemoNumber();
     DemoTime();
     DemoLog();
+    DemoQueue();
     DemoAngle();
     DemoConvert();
     DemoResource();
@@ -35,6 +36,7 @@ Command const demo_command = {
     "  number   numbers shown with decimals, digits and grouping, rounded on their digits\n"
     "  time     the clock, dates written and read in one format language, spans\n"
     "  log      log records as tab-separated lines, colour blocks, progress and cancel\n"
+    "  queue    a background thread queue with locks, messages and a progress guard\n"
     "  angle    angles in index units, the sine table and orientations as quaternions\n"
     "  convert  values in the base scale shown in units, read back, and round steps\n"
     "  resource an observable value whose listeners hear each change, once and in order\n",

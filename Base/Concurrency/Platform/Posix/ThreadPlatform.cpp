@@ -18,4 +18,23 @@ String ThreadPlatform::CurrentThreadName() {
     return String(name);
 }
 
+void ThreadPlatform::SetCurrentThreadName(StringView const & name) noexcept {
+    constexpr unsigned int longest = 15;
+    unsigned int size = name.size() < longest ? name.size() : longest;
+    if (size < name.size()) {
+        while (size > 0 && (static_cast<unsigned char>(name[size]) & 0xC0) == 0x80) {
+            --size; // the byte after the cut continues a sequence: cut before that sequence
+        }
+    }
+    char cut[longest + 1] = {};
+    for (unsigned int index = 0; index < size && name[index] != 0; ++index) {
+        cut[index] = name[index];
+    }
+    pthread_setname_np(pthread_self(), cut);
+}
+
+bool ThreadPlatform::KeepAwake(bool /*on*/) noexcept {
+    return false;
+}
+
 } // namespace QELTA
