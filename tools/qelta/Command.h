@@ -41,6 +41,7 @@ extern Command const log_command;
 extern Command const angle_command;
 extern Command const convert_command;
 extern Command const resource_command;
+extern Command const file_command;
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
@@ -52,5 +53,6 @@ void DemoLog();
 void DemoAngle();
 void DemoConvert();
 void DemoResource();
+void DemoFile();
 
 } // namespace QELTA::Tool

@@ -20,6 +20,7 @@ int RunDemo(Arguments arguments) {
     DemoAngle();
     DemoConvert();
     DemoResource();
+    DemoFile();
     std::puts("\nEnd of the tour.");
     return exit_ok;
 }
@@ -39,7 +40,8 @@ Command const demo_command = {
     "  queue    a background thread queue with locks, messages and a progress guard\n"
     "  angle    angles in index units, the sine table and orientations as quaternions\n"
     "  convert  values in the base scale shown in units, read back, and round steps\n"
-    "  resource an observable value whose listeners hear each change, once and in order\n",
+    "  resource an observable value whose listeners hear each change, once and in order\n"
+    "  file     paths kept normalised, their parts, and sizes in whole units\n",
     RunDemo,
 };
 
