@@ -223,50 +223,49 @@ bool Time::breakDown(bool local, std::tm & fields) const noexcept {
     return TimePlatform::BreakDown(static_cast<long long>(unixTime()), local, fields);
 }
 
+int Time::field(bool local, int std::tm::*member) const {
+    std::tm fields{};
+    breakDown(local, fields);
+    return fields.*member;
+}
+
+void Time::changeField(bool local, int std::tm::*member, int value) {
+    std::tm fields{};
+    breakDown(local, fields);
+    fields.*member = value;
+    setFields(fields, local);
+}
+
 void Time::setFields(std::tm const & fields, bool local) {
     count_ = Internal::TimeCountOf(fields, local, count_ % nanoseconds_per_second);
 }
 
 unsigned short Time::year(bool local) const {
-    std::tm fields{};
-    breakDown(local, fields);
-    return static_cast<unsigned short>(fields.tm_year + 1900);
+    return static_cast<unsigned short>(field(local, &std::tm::tm_year) + 1900);
 }
 
 unsigned char Time::month(bool local) const {
-    std::tm fields{};
-    breakDown(local, fields);
-    return static_cast<unsigned char>(fields.tm_mon + 1);
+    return static_cast<unsigned char>(field(local, &std::tm::tm_mon) + 1);
 }
 
 unsigned char Time::monthDay(bool local) const {
-    std::tm fields{};
-    breakDown(local, fields);
-    return static_cast<unsigned char>(fields.tm_mday);
+    return static_cast<unsigned char>(field(local, &std::tm::tm_mday));
 }
 
 unsigned short Time::yearDay(bool local) const {
-    std::tm fields{};
-    breakDown(local, fields);
-    return static_cast<unsigned short>(fields.tm_yday + 1);
+    return static_cast<unsigned short>(field(local, &std::tm::tm_yday) + 1);
 }
 
 unsigned char Time::hour(bool local) const {
-    std::tm fields{};
-    breakDown(local, fields);
-    return static_cast<unsigned char>(fields.tm_hour);
+    return static_cast<unsigned char>(field(local, &std::tm::tm_hour));
 }
 
 unsigned char Time::minute(bool local) const {
-    std::tm fields{};
-    breakDown(local, fields);
-    return static_cast<unsigned char>(fields.tm_min);
+    return static_cast<unsigned char>(field(local, &std::tm::tm_min));
 }
 
 unsigned char Time::second(bool local) const {
-    std::tm fields{};
-    breakDown(local, fields);
-    return static_cast<unsigned char>(fields.tm_sec);
+    return static_cast<unsigned char>(field(local, &std::tm::tm_sec));
 }
 
 unsigned short Time::millisecond() const noexcept {
@@ -274,24 +273,15 @@ unsigned short Time::millisecond() const noexcept {
 }
 
 void Time::setYear(unsigned short const & year, bool local) {
-    std::tm fields{};
-    breakDown(local, fields);
-    fields.tm_year = year - 1900;
-    setFields(fields, local);
+    changeField(local, &std::tm::tm_year, year - 1900);
 }
 
 void Time::setMonth(unsigned char const & month, bool local) {
-    std::tm fields{};
-    breakDown(local, fields);
-    fields.tm_mon = month - 1;
-    setFields(fields, local);
+    changeField(local, &std::tm::tm_mon, month - 1);
 }
 
 void Time::setMonthDay(unsigned char const & day, bool local) {
-    std::tm fields{};
-    breakDown(local, fields);
-    fields.tm_mday = day;
-    setFields(fields, local);
+    changeField(local, &std::tm::tm_mday, day);
 }
 
 void Time::setDayOfYear(unsigned short const & day, bool local) {
@@ -303,24 +293,15 @@ void Time::setDayOfYear(unsigned short const & day, bool local) {
 }
 
 void Time::setHour(unsigned char const & hour, bool local) {
-    std::tm fields{};
-    breakDown(local, fields);
-    fields.tm_hour = hour;
-    setFields(fields, local);
+    changeField(local, &std::tm::tm_hour, hour);
 }
 
 void Time::setMinute(unsigned char const & minute, bool local) {
-    std::tm fields{};
-    breakDown(local, fields);
-    fields.tm_min = minute;
-    setFields(fields, local);
+    changeField(local, &std::tm::tm_min, minute);
 }
 
 void Time::setSecond(unsigned char const & second, bool local) {
-    std::tm fields{};
-    breakDown(local, fields);
-    fields.tm_sec = second;
-    setFields(fields, local);
+    changeField(local, &std::tm::tm_sec, second);
 }
 
 void Time::setMillisecond(unsigned short const & millisecond) noexcept {

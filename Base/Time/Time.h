@@ -140,6 +140,10 @@ class QELTA_BASE_EXPORT Time {
     bool breakDown(bool local, std::tm & fields) const noexcept;
     // Converts `fields` back and keeps the sub-second part.
     void setFields(std::tm const & fields, bool local);
+    // One field of the breakdown.
+    int field(bool local, int std::tm::*member) const;
+    // Breaks down, replaces one field and converts back.
+    void changeField(bool local, int std::tm::*member, int value);
 
     unsigned long long count_ = invalid;
 };

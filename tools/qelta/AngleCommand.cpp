@@ -16,19 +16,6 @@ namespace {
 
 constexpr std::string_view command_name = "angle";
 
-// The text form of a double, as the library stores it.
-String NumberText(double value) {
-    StringAllocatingView out;
-    StringStream<double>::toString(value, out);
-    return String(out.view());
-}
-
-// Reads the leading number of an argument as the library does; false when there is none.
-bool ReadNumber(char const * text, double & value) {
-    StringStream<double>::fromString(StringView(text), value);
-    return !std::isnan(value);
-}
-
 void PrintRow(char const * label, StringView const & value) {
     std::printf("%-16s %.*s\n", label, static_cast<int>(value.size()), value.data());
 }

@@ -5,6 +5,8 @@
 // prints to standard output, reports usage errors on standard error and returns the exit code.
 #pragma once
 
+#include "Base/Text/String.h"
+
 #include <span>
 #include <string_view>
 
@@ -29,6 +31,24 @@ int UsageError(std::string_view command, std::string_view message);
 
 // True when the arguments ask for help ("--help" or "-h" anywhere).
 bool WantsHelp(Arguments arguments);
+
+// A verb of a command that has several ("qelta text hash ...").
+struct Verb {
+    std::string_view name;
+    int (*run)(Arguments arguments);
+};
+
+// Runs the verb named by the first argument with the rest; usage errors name `command`.
+int RunVerb(std::string_view command, Arguments arguments, std::span<Verb const> verbs);
+
+// A whole number from `min` to `max` in plain digits (at most 9); false for anything else.
+bool ReadCount(char const * text, unsigned int min, unsigned int max, unsigned int & count);
+
+// The leading number of an argument, read as the library reads numbers; false when there is none.
+bool ReadNumber(char const * text, double & value);
+
+// The text of a double as the library stores it.
+String NumberText(double value);
 
 // The commands, each defined in its own file.
 extern Command const demo_command;

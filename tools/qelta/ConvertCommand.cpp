@@ -19,28 +19,6 @@ constexpr std::string_view command_name = "convert";
 constexpr char unit_name[] = "command_line_unit";
 constexpr char unit_label[] = "Command Line Unit";
 
-String NumberText(double value) {
-    StringAllocatingView out;
-    StringStream<double>::toString(value, out);
-    return String(out.view());
-}
-
-bool ReadNumber(char const * text, double & value) {
-    StringStream<double>::fromString(StringView(text), value);
-    return !std::isnan(value);
-}
-
-// Reads a count for an option; false when it is not a plain number.
-bool ReadCount(char const * text, unsigned int & count) {
-    StringView const view(text);
-    if (view.isEmpty() || !view.isNumeric() || view.indexOf('-') != StringView::not_found ||
-        view.indexOf('.') != StringView::not_found) {
-        return false;
-    }
-    StringStream<unsigned int>::fromString(view, count);
-    return count != IntegerStringStream<unsigned int>::invalid;
-}
-
 void PrintRow(char const * label, StringView const & value) {
     std::printf("%-18s %.*s\n", label, static_cast<int>(value.size()), value.data());
 }
@@ -83,7 +61,7 @@ int RunConvert(Arguments arguments) {
             (argument == "--factor" ? have_factor : have_offset) = true;
             ++i;
         } else if (argument == "--decimals") {
-            if (!has_next || !ReadCount(arguments[i + 1], decimals)) {
+            if (!has_next || !ReadCount(arguments[i + 1], 0, 999999999, decimals)) {
                 return UsageError(command_name, "--decimals needs a whole number");
             }
             ++i;

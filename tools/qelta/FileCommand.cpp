@@ -83,26 +83,12 @@ int RunInfo(Arguments arguments) {
     return exit_ok;
 }
 
-struct Verb {
-    std::string_view name;
-    int (*run)(Arguments arguments);
-};
-
 constexpr Verb verbs[] = {
     {"info", RunInfo},
 };
 
 int RunFile(Arguments arguments) {
-    if (arguments.empty()) {
-        return UsageError(command_name, "needs a verb: info");
-    }
-    std::string_view const verb(arguments[0]);
-    for (Verb const & candidate : verbs) {
-        if (candidate.name == verb) {
-            return candidate.run(arguments.subspan(1));
-        }
-    }
-    return UsageError(command_name, "unknown verb");
+    return RunVerb(command_name, arguments, verbs);
 }
 
 } // namespace

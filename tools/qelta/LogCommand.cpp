@@ -74,16 +74,6 @@ std::string Visible(StringView const & text) {
     return out;
 }
 
-// Reads a whole number from `min` to `max`; false for anything else.
-bool ReadNumber(char const * text, unsigned int min, unsigned int max, unsigned int & value) {
-    std::string_view const digits(text);
-    if (digits.empty() || digits.size() > 9 || digits.find_first_not_of("0123456789") != std::string_view::npos) {
-        return false;
-    }
-    StringStream<unsigned int>::fromString(text, value);
-    return value >= min && value <= max;
-}
-
 void PrintRecord(LogMessage const & message, bool plain) {
     StringAllocatingView out;
     if (plain) {
@@ -103,7 +93,7 @@ int RunFormat(Arguments arguments) {
         if (argument == "--plain") {
             plain = true;
         } else if (argument == "--level") {
-            if (i + 1 == arguments.size() || !ReadNumber(arguments[i + 1], 0, 255, level)) {
+            if (i + 1 == arguments.size() || !ReadCount(arguments[i + 1], 0, 255, level)) {
                 return UsageError(command_name, "--level needs a number from 0 to 255");
             }
             ++i;
@@ -175,9 +165,9 @@ int RunProgress(Arguments arguments) {
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         std::string_view const argument(arguments[i]);
         bool const has_value = i + 1 < arguments.size();
-        if (argument == "--steps" && has_value && ReadNumber(arguments[i + 1], 1, 1000, steps)) {
+        if (argument == "--steps" && has_value && ReadCount(arguments[i + 1], 1, 1000, steps)) {
             ++i;
-        } else if (argument == "--cancel-at" && has_value && ReadNumber(arguments[i + 1], 0, 1000, cancel_at)) {
+        } else if (argument == "--cancel-at" && has_value && ReadCount(arguments[i + 1], 0, 1000, cancel_at)) {
             ++i;
         } else {
             return UsageError(command_name, "'progress' takes --steps N (1 to 1000) and --cancel-at K");

@@ -12,17 +12,6 @@ namespace {
 
 constexpr std::string_view command_name = "number";
 
-// Reads a count for an option; false when it is not a plain number.
-bool ReadCount(char const * text, unsigned int & count) {
-    StringView const view(text);
-    if (view.isEmpty() || !view.isNumeric() || view.indexOf('-') != StringView::not_found ||
-        view.indexOf('.') != StringView::not_found) {
-        return false;
-    }
-    StringStream<unsigned int>::fromString(view, count);
-    return count != IntegerStringStream<unsigned int>::invalid;
-}
-
 int RunNumber(Arguments arguments) {
     char const * text = nullptr;
     unsigned int decimals = 0;
@@ -35,7 +24,7 @@ int RunNumber(Arguments arguments) {
             comma = true;
         } else if (argument == "--decimals" || argument == "--min-digits") {
             unsigned int & target = argument == "--decimals" ? decimals : min_digits;
-            if (i + 1 == arguments.size() || !ReadCount(arguments[i + 1], target)) {
+            if (i + 1 == arguments.size() || !ReadCount(arguments[i + 1], 0, 999999999, target)) {
                 return UsageError(command_name, "--decimals and --min-digits need a whole number");
             }
             have_decimals = have_decimals || argument == "--decimals";

@@ -61,13 +61,7 @@ int RunQueueCommand(Arguments arguments) {
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         std::string_view const argument(arguments[i]);
         if (argument == "--tasks" && i + 1 < arguments.size()) {
-            StringView const count(arguments[++i]);
-            tasks = 0;
-            if (count.isNumeric() && count.indexOf('-') == StringView::not_found &&
-                count.indexOf('.') == StringView::not_found) {
-                StringStream<unsigned int>::fromString(count, tasks);
-            }
-            if (tasks == 0 || tasks > largest_task_count) {
+            if (!ReadCount(arguments[++i], 1, largest_task_count, tasks)) {
                 return UsageError(command_name, "--tasks needs a whole number from 1 to 1000");
             }
         } else {

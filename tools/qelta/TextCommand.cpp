@@ -160,27 +160,13 @@ int Find(Arguments arguments) {
     return exit_ok;
 }
 
-struct Verb {
-    std::string_view name;
-    int (*run)(Arguments);
-};
-
 constexpr Verb verbs[] = {
     {"hash", Hash},   {"number", Number}, {"wildcard", Wildcard}, {"split", Split},
     {"title", Title}, {"next", Next},     {"find", Find},
 };
 
 int RunText(Arguments arguments) {
-    if (arguments.empty()) {
-        return UsageError(command_name, "needs a verb");
-    }
-    std::string_view const verb(arguments[0]);
-    for (Verb const & candidate : verbs) {
-        if (candidate.name == verb) {
-            return candidate.run(arguments.subspan(1));
-        }
-    }
-    return UsageError(command_name, "unknown verb");
+    return RunVerb(command_name, arguments, verbs);
 }
 
 } // namespace

@@ -1,7 +1,10 @@
 // qelta: the command-line face of the library, one subcommand per capability.
 #include "tools/qelta/Command.h"
 
+#include "Base/Text/StringStream.h"
+
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <string>
 
@@ -31,6 +34,39 @@ int UsageError(std::string_view command, std::string_view message) {
                  command.data(), static_cast<int>(message.size()), message.data(), static_cast<int>(command.size()),
                  command.data());
     return exit_usage;
+}
+
+int RunVerb(std::string_view command, Arguments arguments, std::span<Verb const> verbs) {
+    if (arguments.empty()) {
+        return UsageError(command, "needs a verb");
+    }
+    std::string_view const name(arguments[0]);
+    for (Verb const & verb : verbs) {
+        if (verb.name == name) {
+            return verb.run(arguments.subspan(1));
+        }
+    }
+    return UsageError(command, "unknown verb");
+}
+
+bool ReadCount(char const * text, unsigned int min, unsigned int max, unsigned int & count) {
+    std::string_view const digits(text);
+    if (digits.empty() || digits.size() > 9 || digits.find_first_not_of("0123456789") != std::string_view::npos) {
+        return false;
+    }
+    StringStream<unsigned int>::fromString(StringView(text), count);
+    return count >= min && count <= max;
+}
+
+bool ReadNumber(char const * text, double & value) {
+    StringStream<double>::fromString(StringView(text), value);
+    return !std::isnan(value);
+}
+
+String NumberText(double value) {
+    StringAllocatingView out;
+    StringStream<double>::toString(value, out);
+    return String(out.view());
 }
 
 bool WantsHelp(Arguments arguments) {
