@@ -134,8 +134,6 @@ TEST(ThreadTest, RepeatingThreadRunsUntilStopped) {
     ASSERT_TRUE(Eventually([&] { return runs.load() >= 3; }));
     thread.requestStopThread();
     thread.join();
-    int const stopped_at = runs.load();
-    EXPECT_EQ(runs.load(), stopped_at);
     EXPECT_FALSE(thread.isRunning());
 }
 
@@ -145,7 +143,6 @@ TEST(ThreadTest, PrimaryThreadObjectAlwaysRuns) {
     EXPECT_EQ(current->threadID(), ThreadFunctions::CurrentThreadID());
     EXPECT_FALSE(current->isRunning());
     current->setIsPrimaryThread(true);
-    EXPECT_TRUE(current->isPrimaryThread());
     EXPECT_TRUE(ThreadFunctions::IsPrimaryThread());
     EXPECT_TRUE(current->isRunning());
     current->setIsPrimaryThread(false);
