@@ -20,9 +20,6 @@ using Internal::Translatable;
 
 constexpr char path_too_long_text[] = "Path is too long for the operating system.";
 constexpr char no_suitable_name_text[] = "Could not find suitable file name";
-constexpr char copy_failed_label[] = "can_not_copy_error";
-constexpr char copy_failed_text[] = "File could not be copied: [exception]";
-constexpr char exception_slot[] = "[exception]";
 constexpr char temp_files_folder[] = "files\\";
 constexpr char size_suffixes[][4] = {" B", " KB", " MB", " GB", " TB", " PB", " EB"};
 constexpr unsigned int max_size_divisions = 6;
@@ -89,9 +86,9 @@ void CopyForTemporaryUse(File const & source, File const & target, bool overwrit
         parent.create(true);
     }
     if (int const error = FilePlatform::CopyFileContent(source.view(), target.view()); error != 0) {
-        TranslatedString message = Translatable(copy_failed_label, copy_failed_text);
-        message.replace(exception_slot, TranslatedString::DirectString(FilePlatform::ErrorText(error).view()));
-        throw FileException(source, message, FileException::generic_file);
+        CopyOutcome outcome;
+        outcome.error = error;
+        Internal::ThrowCopyError(source, Internal::CopyEngineResult(outcome));
     }
 }
 

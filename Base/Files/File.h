@@ -9,6 +9,7 @@
 #pragma once
 
 #include "Base/Export.h"
+#include "Base/Logging/InfoPipe.h"
 #include "Base/Text/Buffer.h"
 #include "Base/Text/String.h"
 #include "Base/Text/StringAllocatingView.h"
@@ -211,6 +212,53 @@ class QELTA_BASE_EXPORT File : public String {
     // false even after a good write; callers ignore it and it stays so.
     bool operator<<(float value);
     bool operator<<(double value);
+
+    // Children of a folder (Base/Files/FileSearch.cpp)
+
+    // The entries of this folder in the file system's order, each with its cache filled from the
+    // listing; names beginning with '.' are left out. Raises when the folder is missing or the
+    // path is not directory-shaped; a folder that can't be read gives an empty list.
+    FileBuffer getChildren() const;
+    // The children whose whole path matches a pattern of `include` (all when it is empty) and
+    // none of `exclude`, folders included; `recursive` walks the subfolders breadth-first. At
+    // most `max_count` entries, and at least one when any passes.
+    FileBuffer getChildrenMatching(Buffer<StringView> const & include, Buffer<StringView> const & exclude,
+                                   bool recursive = false, unsigned int max_count = 0xFFFFFFFFu) const;
+    FileBuffer getChildrenMatching(Buffer<String> const & include, Buffer<String> const & exclude,
+                                   bool recursive = false, unsigned int max_count = 0xFFFFFFFFu) const;
+    FileBuffer getChildrenMatching(Buffer<String> const & include, bool recursive = false,
+                                   unsigned int max_count = 0xFFFFFFFFu) const;
+    // `patterns` separated by ',', empty pieces dropped.
+    FileBuffer getChildrenMatching(StringView const & patterns, bool recursive = false,
+                                   unsigned int max_count = 0xFFFFFFFFu) const;
+
+    // Orderings for sorting lists of files: true when `a` comes first. Texts compare by bytes,
+    // the shorter first when one begins with the other. The time orders take the latest first,
+    // existing files before missing ones, and read the cache, asking the disk only when it
+    // doesn't know.
+    static bool nameSort(File const & a, File const & b);   // name and extension, then path
+    static bool typeSort(File const & a, File const & b);   // extension, name, then path
+    static bool accessSort(File const & a, File const & b); // last access
+    static bool createSort(File const & a, File const & b); // creation
+
+    // Operations on the file system (Base/Files/FileOperations.cpp)
+
+    // Copies this file or folder to `target`; a directory-shaped target, or a folder source,
+    // copies the tree. An existing target with `overwrite` false is left alone and counts as
+    // success. A file goes through a temporary file in the target's folder and appears complete
+    // or not at all. With a pipe, progress goes to a source titled "Copying [file_a] to [file_b]"
+    // whose cancel guard stops the copy between chunks. Raises FileException, "User cancelled
+    // job" for a cancel; a tree that fails half way keeps what was copied.
+    bool copyTo(File const & target, bool overwrite, LogPtr log) const;
+    // Renames within a file system; across file systems copies, then deletes. `is_temp_move`
+    // words the message for a temporary write put in place ("Writing data to [file_b]"). Equal
+    // paths, or an existing target with `overwrite` false, count as success. Raises FileException.
+    bool moveTo(File & target, bool overwrite, LogPtr log, bool is_temp_move = false);
+    // Removes the file, or the folder with everything in it when the path is directory-shaped.
+    // A missing path raises file_does_not_exist; other failures FileException.
+    void deleteFile(LogPtr log);
+    // Sets or clears the read-only flag; failures are ignored.
+    void makeReadOnly(bool read_only);
 
     // Names and temporary files
 

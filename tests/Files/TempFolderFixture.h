@@ -1,10 +1,12 @@
 // TempFolderTest: every file test runs inside its own folder made by mkdtemp, with HOME, the XDG
-// folders and TMPDIR pointing into it, so that no test touches the real home or temporary folder.
+// folders and TMPDIR pointing into it and the machine-wide data folder of FileResource at its
+// "machine" folder, so that no test touches the real home, temporary or machine folders.
 //
 // Not thread-safe: the environment is the process's; set up before a test starts threads.
 #pragma once
 
 #include "Base/Files/File.h"
+#include "Base/Files/FileResource.h"
 
 #include <gtest/gtest.h>
 
@@ -80,9 +82,11 @@ class TempFolderTest : public ::testing::Test {
         variables_.emplace_back(std::make_unique<ScopedVariable>("XDG_CONFIG_HOME", root_ + "/config"));
         variables_.emplace_back(std::make_unique<ScopedVariable>("XDG_CACHE_HOME", root_ + "/cache"));
         variables_.emplace_back(std::make_unique<ScopedVariable>("TMPDIR", root_ + "/tmp"));
+        FileResource::ResetForTesting(Path("machine/"));
     }
 
     void TearDown() override {
+        FileResource::ResetForTesting(File());
         variables_.clear();
         std::error_code ignored;
         std::filesystem::remove_all(root_, ignored);

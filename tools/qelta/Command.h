@@ -62,6 +62,7 @@ extern Command const angle_command;
 extern Command const convert_command;
 extern Command const resource_command;
 extern Command const file_command;
+extern Command const folders_command;
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
@@ -74,5 +75,6 @@ void DemoAngle();
 void DemoConvert();
 void DemoResource();
 void DemoFile();
+void DemoFolders();
 
 } // namespace QELTA::Tool

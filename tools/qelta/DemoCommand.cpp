@@ -21,6 +21,7 @@ int RunDemo(Arguments arguments) {
     DemoConvert();
     DemoResource();
     DemoFile();
+    DemoFolders();
     std::puts("\nEnd of the tour.");
     return exit_ok;
 }
@@ -41,7 +42,8 @@ Command const demo_command = {
     "  angle    angles in index units, the sine table and orientations as quaternions\n"
     "  convert  values in the base scale shown in units, read back, and round steps\n"
     "  resource an observable value whose listeners hear each change, once and in order\n"
-    "  file     paths kept normalised, their parts, and sizes in whole units\n",
+    "  file     paths kept normalised, their parts, and sizes in whole units\n"
+    "  folders  the system's folders and the folder variables of stored paths\n",
     RunDemo,
 };
 

@@ -11,9 +11,7 @@
 namespace QELTA::Tool {
 namespace {
 
-constexpr std::array<Command const *, 11> commands = {
-    &demo_command,  &text_command,    &uuid_command,     &number_command, &time_command, &log_command,
-    &angle_command, &convert_command, &resource_command, &file_command,   &queue_command};
+constexpr std::array<Command const *, 12> commands = {&demo_command, &text_command, &uuid_command, &number_command, &time_command, &log_command, &angle_command, &convert_command, &resource_command, &file_command, &folders_command, &queue_command};
 
 void PrintOverview(std::FILE * out) {
     std::fputs("usage: qelta <command> [arguments]\n\n"

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "Base/Export.h"
+#include "Base/Text/Buffer.h"
 #include "Base/Text/String.h"
 #include "Base/Text/StringView.h"
 #include "Base/Text/UUID.h"
@@ -27,9 +28,33 @@ struct FileAttributes {
     bool hidden = false;
 };
 
+// One entry of a folder listing: its name and what the file system says about it.
+struct FolderEntry {
+    String name;
+    FileAttributes attributes;
+};
+
+// How a copy through a temporary file ended: `error` is the error number (0 for success),
+// `stopped` that the progress callback asked to stop, `at_target` that the failing call was on
+// the target's side (the temporary file, its folder or the rename).
+struct CopyOutcome {
+    int error = 0;
+    bool stopped = false;
+    bool at_target = false;
+};
+
 class QELTA_BASE_EXPORT FilePlatform {
   public:
     FilePlatform() = delete;
+
+    // The folders the system keeps for programs, data and the user's files.
+    enum KnownFolder : unsigned char {
+        PROGRAMS = 0,     // installed programs
+        MACHINE_DATA = 1, // data shared by all users of the machine
+        USER_DATA = 2,    // the user's local application data
+        DOCUMENTS = 3,
+        DOWNLOADS = 4,
+    };
 
     // Attributes and times of the path itself (links are followed); false when it can't be read.
     // A name beginning with '.' is hidden.
@@ -57,6 +82,8 @@ class QELTA_BASE_EXPORT FilePlatform {
     // The label of the volume that holds the path, from the system's table of labelled disks;
     // empty when there is none.
     static String VolumeLabel(StringView const & path);
+    // Whether the volume that holds the path sits on a removable device (USB, memory card).
+    static bool IsRemovableVolume(StringView const & path) noexcept;
     // The roots of the file system in text form; on this system the single root "\".
     static StringBuffer SystemDrives();
     // Sets the last access time and leaves the modification time alone.
@@ -79,8 +106,36 @@ class QELTA_BASE_EXPORT FilePlatform {
     // Removes a file, read-only ones too, or an empty folder.
     static int RemovePath(StringView const & path) noexcept;
 
+    // Told after each chunk of a copy the bytes copied so far and the size of the source;
+    // returning false stops the copy.
+    using CopyProgress = bool (*)(void * context, unsigned long long copied, unsigned long long total);
+    // Copies `source` chunk by chunk into a new temporary file in `target`'s folder, gives it
+    // the source's mode and times, syncs it when it replaces a file, and renames it over `target`. A copy that fails or is
+    // stopped removes the temporary file, so `target` keeps what it had. `progress` may be null.
+    static CopyOutcome CopyFileThroughTemporary(StringView const & source, StringView const & target,
+                                                CopyProgress progress, void * context) noexcept;
+    // The bytes of one chunk of CopyFileThroughTemporary; 0 restores the default of 8 MiB.
+    static void SetCopyChunkSizeForTesting(unsigned long long bytes) noexcept;
+    // Renames within one file system; a target of another file system fails with that error
+    // (EXDEV) and nothing is copied. A file target is replaced.
+    static int RenamePath(StringView const & source, StringView const & target) noexcept;
+    // Whether the path itself is a symbolic link, not followed.
+    static bool IsLink(StringView const & path) noexcept;
+    // Read-only takes every write permission away; writable gives the owner's back. False when
+    // the path can't be read or changed.
+    static bool SetReadOnly(StringView const & path, bool read_only) noexcept;
+
     // The system's temporary folder, directory-shaped: $TMPDIR, else /tmp.
     static String TemporaryFolder();
+    // A known folder, directory-shaped; empty when the system can't say where it is.
+    static String KnownFolderPath(KnownFolder folder);
+    // The path of the running program's executable file; empty when it can't be read.
+    static String ExecutablePath();
+
+    // Adds the entries of a folder other than "." and ".." to `entries`, each with its
+    // attributes (links followed; a link whose target is missing with its own), in the file
+    // system's order. False when the folder can't be read.
+    static bool ListFolder(StringView const & folder, Buffer<FolderEntry> & entries);
 
     // The error number's symbol ("ENOENT"), empty for an unknown number.
     static String ErrorName(int error);
