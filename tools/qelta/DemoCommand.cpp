@@ -14,6 +14,7 @@ int RunDemo(Arguments arguments) {
     DemoText();
     DemoUuid();
     DemoNumber();
+    DemoPassword();
     DemoTime();
     DemoLog();
     DemoQueue();
@@ -36,6 +37,7 @@ Command const demo_command = {
     "  text     growable buffers, hash maps, UTF-8 strings and typed text conversion\n"
     "  uuid     16-byte identities, random or derived by MD5 chains\n"
     "  number   numbers shown with decimals, digits and grouping, rounded on their digits\n"
+    "  password Base64 in both alphabets, and passwords kept scrambled and rated\n"
     "  time     the clock, dates written and read in one format language, spans\n"
     "  log      log records as tab-separated lines, colour blocks, progress and cancel\n"
     "  queue    a background thread queue with locks, messages and a progress guard\n"
