@@ -77,7 +77,9 @@ class QELTA_BASE_EXPORT RWLock {
     // itself in, then looks for a writer; a writer marks itself, then looks for readers. With
     // sequentially consistent order one of the two always sees the other and backs off. The
     // mutex orders writers and the waits.
-    mutable std::mutex mutex_;
+    // Each lock starts a cache line of its own, so that threads busy with neighbouring locks of
+    // the table do not slow each other down.
+    alignas(64) mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::atomic<unsigned int> writer_thread_{no_thread};
     std::atomic<unsigned int> write_count_{0};
