@@ -82,58 +82,6 @@ struct ReadFields {
     }
 };
 
-// Appends the value of token `token` for `fields` and `sub_second` nanoseconds.
-void AppendTokenValue(unsigned int token, std::tm const & fields, unsigned long long sub_second,
-                      Internal::TokenValue & value) {
-    switch (token) {
-    case FRACTION_7:
-    case FRACTION_6:
-    case FRACTION_5:
-    case FRACTION_4:
-    case FRACTION_3:
-    case FRACTION_2:
-    case FRACTION_1:
-        AppendDigits(value, sub_second / fraction_divisors[token], time_tokens[token].length);
-        break;
-    case SECOND:
-        AppendDigits(value, static_cast<unsigned long long>(fields.tm_sec), 2);
-        break;
-    case MINUTE:
-        AppendDigits(value, static_cast<unsigned long long>(fields.tm_min), 2);
-        break;
-    case HOUR_12:
-        AppendDigits(value, fields.tm_hour % 12 == 0 ? 12ull : static_cast<unsigned long long>(fields.tm_hour % 12), 2);
-        break;
-    case HOUR_24:
-        AppendDigits(value, static_cast<unsigned long long>(fields.tm_hour), 2);
-        break;
-    case WEEKDAY_NAME:
-        AppendName(value, weekday_names, 7, fields.tm_wday, weekday_error_name);
-        break;
-    case WEEKDAY_SHORT_NAME:
-        AppendName(value, weekday_short_names, 7, fields.tm_wday, weekday_short_error_name);
-        break;
-    case MONTH_DAY:
-        AppendDigits(value, static_cast<unsigned long long>(fields.tm_mday), 2);
-        break;
-    case MONTH_NAME:
-        AppendName(value, month_names, 12, fields.tm_mon, weekday_error_name);
-        break;
-    case MONTH_SHORT_NAME:
-        AppendName(value, month_short_names, 12, fields.tm_mon, weekday_short_error_name);
-        break;
-    case MONTH:
-        AppendDigits(value, static_cast<unsigned long long>(fields.tm_mon + 1), 2);
-        break;
-    case YEAR:
-        AppendDigits(value, static_cast<unsigned long long>(fields.tm_year + 1900), 1);
-        break;
-    default:
-        AppendDigits(value, static_cast<unsigned long long>((fields.tm_year + 1900) % 100), 2);
-        break;
-    }
-}
-
 // For each byte, the index of its first (longest) token in time_tokens, or TIME_TOKEN_COUNT.
 constexpr auto first_token_of = [] {
     std::array<unsigned char, 256> first{};
@@ -180,6 +128,31 @@ bool TokenNumber(unsigned int token, std::tm const & fields, unsigned long long 
     default:
         number = sub_second / fraction_divisors[token];
         return true;
+    }
+}
+
+// Appends the value of token `token` for `fields` and `sub_second` nanoseconds: a number as wide
+// as its token (the year in full), or a name.
+void AppendTokenValue(unsigned int token, std::tm const & fields, unsigned long long sub_second,
+                      Internal::TokenValue & value) {
+    unsigned long long number = 0;
+    if (TokenNumber(token, fields, sub_second, number)) {
+        AppendDigits(value, number, token == YEAR ? 1 : time_tokens[token].length);
+        return;
+    }
+    switch (token) {
+    case WEEKDAY_NAME:
+        AppendName(value, weekday_names, 7, fields.tm_wday, weekday_error_name);
+        break;
+    case WEEKDAY_SHORT_NAME:
+        AppendName(value, weekday_short_names, 7, fields.tm_wday, weekday_short_error_name);
+        break;
+    case MONTH_NAME:
+        AppendName(value, month_names, 12, fields.tm_mon, weekday_error_name);
+        break;
+    default:
+        AppendName(value, month_short_names, 12, fields.tm_mon, weekday_short_error_name);
+        break;
     }
 }
 
