@@ -65,6 +65,7 @@ extern Command const convert_command;
 extern Command const resource_command;
 extern Command const file_command;
 extern Command const folders_command;
+extern Command const csv_command;
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
@@ -79,5 +80,6 @@ void DemoConvert();
 void DemoResource();
 void DemoFile();
 void DemoFolders();
+void DemoCsv();
 
 } // namespace QELTA::Tool

@@ -23,6 +23,7 @@ int RunDemo(Arguments arguments) {
     DemoResource();
     DemoFile();
     DemoFolders();
+    DemoCsv();
     std::puts("\nEnd of the tour.");
     return exit_ok;
 }
@@ -45,7 +46,8 @@ Command const demo_command = {
     "  convert  values in the base scale shown in units, read back, and round steps\n"
     "  resource an observable value whose listeners hear each change, once and in order\n"
     "  file     paths kept normalised, their parts, and sizes in whole units\n"
-    "  folders  the system's folders and the folder variables of stored paths\n",
+    "  folders  the system's folders and the folder variables of stored paths\n"
+    "  csv      delimited text cut into typed fields, with quotes and empty values\n",
     RunDemo,
 };
 

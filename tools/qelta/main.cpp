@@ -11,10 +11,10 @@
 namespace QELTA::Tool {
 namespace {
 
-constexpr std::array<Command const *, 14> commands = {
+constexpr std::array<Command const *, 15> commands = {
     &demo_command,    &text_command,  &uuid_command,    &number_command,   &time_command,
     &log_command,     &angle_command, &convert_command, &resource_command, &file_command,
-    &folders_command, &queue_command, &base64_command,  &password_command};
+    &folders_command, &queue_command, &base64_command,  &password_command, &csv_command};
 
 void PrintOverview(std::FILE * out) {
     std::fputs("usage: qelta <command> [arguments]\n\n"

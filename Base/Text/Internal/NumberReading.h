@@ -28,15 +28,24 @@ struct NumberReading {
     // before it counts as a wrap, so "256" as unsigned char is Invalid but "300" reads as 44.
     template <class T>
     static T ReadUnsigned(char const * text) noexcept {
+        return ReadUnsignedAt<T>(text);
+    }
+
+    // ReadUnsigned, moving `text` behind what was read: behind the last digit taken, behind all
+    // the digits of a number too large for the type, and nowhere when no digit was found.
+    template <class T>
+    static T ReadUnsignedAt(char const *& text) noexcept {
         static_assert(std::is_unsigned_v<T> && !std::is_same_v<T, bool>);
         if (text == nullptr) {
             return std::numeric_limits<T>::max();
         }
-        text += *text == '+';
+        char const * digits = text + (*text == '+');
         T value = 0;
-        if (!ReadDigits(text, value)) {
+        if (!ReadDigits(digits, value)) {
+            SkipDigitsAfter(text, digits);
             return std::numeric_limits<T>::max();
         }
+        text = digits;
         return value;
     }
 
@@ -46,14 +55,24 @@ struct NumberReading {
     // '-', is taken modulo 2^bits: "200" as signed char reads as -56.
     template <class T>
     static T ReadSigned(char const * text) noexcept {
+        return ReadSignedAt<T>(text);
+    }
+
+    // ReadSigned, moving `text` as ReadUnsignedAt does; nowhere when no digit was found.
+    template <class T>
+    static T ReadSignedAt(char const *& text) noexcept {
         static_assert(std::is_signed_v<T> && std::is_integral_v<T>);
         using Magnitude = std::make_unsigned_t<T>;
         if (text == nullptr) {
             return std::numeric_limits<T>::lowest();
         }
         bool const negative = *text == '-';
-        text += negative || *text == '+';
-        Magnitude const magnitude = ReadUnsigned<Magnitude>(text);
+        char const * rest = text + (negative || *text == '+');
+        char const * const start = rest;
+        Magnitude const magnitude = ReadUnsignedAt<Magnitude>(rest);
+        if (rest != start) {
+            text = rest;
+        }
         if (magnitude == std::numeric_limits<Magnitude>::max()) {
             return std::numeric_limits<T>::lowest();
         }
@@ -76,6 +95,14 @@ struct NumberReading {
     // The rules of ReadDouble, except that the integer part is read in 32 bits and gives NaN when
     // it does not fit. The value is built in double and rounded to float once, at the end.
     static float ReadFloat(char const * text) noexcept { return static_cast<float>(ReadFloating<unsigned int>(text)); }
+
+    // ReadDouble and ReadFloat, moving `text` behind what was read: behind the exponent, the
+    // fraction or the integer part, whichever came last; behind the digits of an integer part
+    // too large; nowhere when no digit was found.
+    static double ReadDoubleAt(char const *& text) noexcept { return ReadFloating<unsigned long long>(text, 0); }
+    static float ReadFloatAt(char const *& text) noexcept {
+        return static_cast<float>(ReadFloating<unsigned int>(text, 0));
+    }
 
     // Keeps a product rounded on its own, so that a compiler allowed to contract does not fuse it
     // with the addition or subtraction that follows into one fused multiply-add, which would round differently.
@@ -148,9 +175,27 @@ struct NumberReading {
         return true;
     }
 
+    // Moves `end` behind the digits from `digits` on, when there is at least one.
+    static void SkipDigitsAfter(char const *& end, char const * digits) noexcept {
+        if (DigitAt(digits) > 9) {
+            return;
+        }
+        while (DigitAt(digits) <= 9) {
+            ++digits;
+        }
+        end = digits;
+    }
+
     template <class Integer>
     static double ReadFloating(char const * text) noexcept {
+        return ReadFloating<Integer>(text, 0);
+    }
+
+    // The second argument only tells this form, which moves `end`, from the one above.
+    template <class Integer>
+    static double ReadFloating(char const *& end, int) noexcept {
         constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+        char const * text = end;
         if (text == nullptr) {
             return nan;
         }
@@ -163,7 +208,9 @@ struct NumberReading {
         double value = 0.0;
         if (*text != '.') {
             Integer integer = 0;
+            char const * const digits = text;
             if (!ReadDigits(text, integer) || integer == std::numeric_limits<Integer>::max()) {
+                SkipDigitsAfter(end, digits);
                 return nan;
             }
             value = static_cast<double>(integer);
@@ -201,6 +248,7 @@ struct NumberReading {
             }
             value *= power;
         }
+        end = text;
         return negative ? -value : value;
     }
 };
