@@ -110,8 +110,8 @@ class QELTA_BASE_EXPORT FilePlatform {
     // returning false stops the copy.
     using CopyProgress = bool (*)(void * context, unsigned long long copied, unsigned long long total);
     // Copies `source` chunk by chunk into a new temporary file in `target`'s folder, gives it
-    // the source's mode and times, syncs it when it replaces a file, and renames it over `target`. A copy that fails or is
-    // stopped removes the temporary file, so `target` keeps what it had. `progress` may be null.
+    // the source's mode and times, syncs it when it replaces a file, and renames it over `target`. A copy that fails or
+    // is stopped removes the temporary file, so `target` keeps what it had. `progress` may be null.
     static CopyOutcome CopyFileThroughTemporary(StringView const & source, StringView const & target,
                                                 CopyProgress progress, void * context) noexcept;
     // The bytes of one chunk of CopyFileThroughTemporary; 0 restores the default of 8 MiB.
