@@ -490,13 +490,7 @@ void File::updateCache() const {
         cache_.invalidate();
         return;
     }
-    cache_.size = attributes.size;
-    cache_.modified = attributes.modified;
-    cache_.accessed = attributes.accessed;
-    cache_.created = attributes.created;
-    cache_.flags = static_cast<unsigned char>(FileCachedData::TRUSTED | FileCachedData::EXISTS |
-                                              (attributes.directory ? FileCachedData::DIRECTORY : 0) |
-                                              (attributes.hidden ? FileCachedData::HIDDEN : 0));
+    cache_ = Internal::CachedDataOf(attributes);
 }
 
 unsigned long long File::availableDiskSpace(bool free_bytes) const {

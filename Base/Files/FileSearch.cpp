@@ -2,6 +2,7 @@
 #include "Base/Files/FileSearch.h"
 
 #include "Base/Files/FileException.h"
+#include "Base/Files/Internal/FileServices.h"
 #include "Base/Files/Platform/FilePlatform.h"
 #include "Base/Language/Internal/Translatable.h"
 
@@ -22,18 +23,6 @@ std::strong_ordering CompareBytes(StringView const & a, StringView const & b) no
         return bytes < 0 ? std::strong_ordering::less : std::strong_ordering::greater;
     }
     return a.size() <=> b.size();
-}
-
-FileCachedData CacheFromListing(FileAttributes const & attributes) {
-    FileCachedData cache;
-    cache.size = attributes.size;
-    cache.modified = attributes.modified;
-    cache.accessed = attributes.accessed;
-    cache.created = attributes.created;
-    cache.flags = static_cast<unsigned char>(FileCachedData::TRUSTED | FileCachedData::EXISTS |
-                                             (attributes.directory ? FileCachedData::DIRECTORY : 0) |
-                                             (attributes.hidden ? FileCachedData::HIDDEN : 0));
-    return cache;
 }
 
 bool MatchesAny(File const & file, Buffer<StringView> const & patterns) {
@@ -107,7 +96,7 @@ FileBuffer File::getChildren() const {
             continue; // a File can't name it, and one such entry must not hide the others
         }
         File & child = children.add(File(std::move(path)));
-        child.updateCache(CacheFromListing(entry.attributes));
+        child.updateCache(Internal::CachedDataOf(entry.attributes));
     }
     return children;
 }

@@ -22,4 +22,16 @@ File ProgramTempPath() {
     return FileResource::ProgramTempPath();
 }
 
+FileCachedData CachedDataOf(FileAttributes const & attributes) noexcept {
+    FileCachedData cache;
+    cache.size = attributes.size;
+    cache.modified = attributes.modified;
+    cache.accessed = attributes.accessed;
+    cache.created = attributes.created;
+    cache.flags = static_cast<unsigned char>(FileCachedData::TRUSTED | FileCachedData::EXISTS |
+                                             (attributes.directory ? FileCachedData::DIRECTORY : 0) |
+                                             (attributes.hidden ? FileCachedData::HIDDEN : 0));
+    return cache;
+}
+
 } // namespace QELTA::Internal

@@ -17,6 +17,9 @@ namespace QELTA::Internal {
 
 using FolderVariables = Buffer<std::pair<String, String>>;
 
+// The cache a successful attribute query gives: trusted, existing, and the kind of entry.
+FileCachedData CachedDataOf(FileAttributes const & attributes) noexcept;
+
 // The folder variables that expandEnvironmentalVars replaces, key and value, in the order they
 // are applied: FileResource::FileEnvVariables() in its iteration order.
 FolderVariables FileFolderVariables();
