@@ -44,8 +44,6 @@ constexpr FormatToken span_tokens[SPAN_TOKEN_COUNT] = {
     {'f', 7}, {'f', 6}, {'f', 5}, {'f', 4}, {'f', 3}, {'f', 2}, {'f', 1}, {'s', 3}, {'s', 2}, {'m', 3},
     {'m', 2}, {'h', 3}, {'h', 2}, {'D', 3}, {'D', 2}, {'M', 3}, {'M', 2}, {'Y', 4}, {'Y', 2}};
 
-constexpr unsigned long long fraction_divisors[7] = {100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
-
 unsigned long long Magnitude(long long value) noexcept {
     return value < 0 ? 0ull - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
 }
@@ -110,7 +108,7 @@ String TimeSpan::getTimeString(StringView const & format) const {
         case FRACTION_3:
         case FRACTION_2:
         case FRACTION_1:
-            AppendDigits(value, sub_second / fraction_divisors[token], span_tokens[token].length);
+            AppendDigits(value, Internal::FractionValue(token, sub_second), span_tokens[token].length);
             break;
         case TOTAL_SECONDS:
             AppendSignedDigits(value, seconds, 1);

@@ -57,7 +57,6 @@ constexpr FormatToken time_tokens[TIME_TOKEN_COUNT] = {
     {'H', 2}, {'d', 4}, {'d', 3}, {'D', 2}, {'M', 4}, {'M', 3}, {'M', 2}, {'Y', 4}, {'Y', 2}};
 
 constexpr unsigned long long powers_of_ten[8] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000};
-constexpr unsigned long long fraction_divisors[7] = {100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
 
 void AppendName(Internal::TokenValue & out, char const * const * names, int count, int index, char const * error_name) {
     out.append(StringView(index >= 0 && index < count ? names[index] : error_name));
@@ -126,7 +125,7 @@ bool TokenNumber(unsigned int token, std::tm const & fields, unsigned long long 
     case MONTH_SHORT_NAME:
         return false;
     default:
-        number = sub_second / fraction_divisors[token];
+        number = Internal::FractionValue(token, sub_second);
         return true;
     }
 }

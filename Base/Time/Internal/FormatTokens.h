@@ -107,6 +107,16 @@ void ReplaceTokens(String & text, FormatToken const * tokens, unsigned int count
     }
 }
 
+// Both token tables begin with the seven fraction tokens "fffffff" to "f", in this order: the
+// value of fraction token `token` is the sub-second nanoseconds cut to 7 - token digits.
+inline constexpr unsigned int fraction_token_count = 7;
+
+constexpr unsigned long long FractionValue(unsigned int token, unsigned long long sub_second) noexcept {
+    constexpr unsigned long long divisors[fraction_token_count] = {100,     1000,     10000,    100000,
+                                                                   1000000, 10000000, 100000000};
+    return sub_second / divisors[token];
+}
+
 // Appends `value` in decimal, zero-padded to at least `width` digits.
 inline void AppendDigits(TokenValue & out, unsigned long long value, unsigned int width) noexcept {
     char digits[24];
