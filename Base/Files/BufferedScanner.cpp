@@ -1,6 +1,11 @@
 // BufferedScanner: one read of the whole source, one pass to index its lines.
 #include "Base/Files/BufferedScanner.h"
 
+#include "Base/Files/Internal/ByteSearch.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -21,17 +26,40 @@ unsigned long long StreamSize(std::FILE * stream) {
 }
 
 // Makes `line` the `size` bytes at `bytes`, which lie outside it; a failed allocation leaves it
-// empty, as String's own operations do.
-void CopyInto(String & line, char const * bytes, unsigned int size) {
+// empty, as String's own operations do. `readable` is how many bytes from `bytes` on may be
+// read. A line that fits goes over as one fixed block of 64 bytes, more than it needs: that
+// spares the call of memcpy and a branch on the length that guesses wrong line after line, and
+// the field readers' narrow loads that follow are served straight from these stores.
+void CopyInto(String & line, char const * bytes, unsigned int size, unsigned int readable) {
+    constexpr unsigned int block = 64;
     line.clear();
-    if (line.capacity() < size) {
-        line.ensureCapacity(size > line.capacity() * 2u ? size : line.capacity() * 2u);
+    unsigned int const needed = size < block ? block : size;
+    if (line.capacity() < needed) {
+        line.ensureCapacity(needed > line.capacity() * 2u ? needed : line.capacity() * 2u);
     }
-    if (size == 0 || line.capacity() < size || line.data() == String().data()) {
+    if (size == 0 || line.capacity() < needed || line.data() == String().data()) {
         return;
     }
-    std::memcpy(line.data(), bytes, size);
+    char * const out = line.data();
+    if (size <= block && readable >= block) {
+        for (unsigned int done = 0; done < block; done += 16) {
+            char piece[16];
+            std::memcpy(piece, bytes + done, sizeof piece);
+            std::memcpy(out + done, piece, sizeof piece);
+        }
+    } else {
+        std::memcpy(out, bytes, size);
+    }
     line.setSize(size);
+}
+
+// The set bits of `mask`; std::popcount becomes a library call where the machine's baseline has
+// no instruction for it.
+unsigned int BitCount(std::uint64_t mask) noexcept {
+    mask -= (mask >> 1) & 0x5555555555555555ull;
+    mask = (mask & 0x3333333333333333ull) + ((mask >> 2) & 0x3333333333333333ull);
+    mask = (mask + (mask >> 4)) & 0x0F0F0F0F0F0F0F0Full;
+    return static_cast<unsigned int>((mask * 0x0101010101010101ull) >> 56);
 }
 
 } // namespace
@@ -103,23 +131,59 @@ void BufferedScanner::readUnknownSize(std::FILE * stream) {
 }
 
 void BufferedScanner::indexLines() {
+    // Each block of 64 bytes gives a mask of its line feeds. The first four places are written
+    // whether or not they exist and the index then moves by the real count, which keeps the loop
+    // free of branches that guess wrong; room for a block's worth of entries is kept ahead.
+    constexpr unsigned int block = 64;
     unsigned int const size = buffer_.size();
-    line_starts_.clear();
-    line_starts_.ensureCapacity(size / 32 + 2);
-    line_starts_.add(0);
     char const * const data = buffer_.data();
-    char const * begin = data;
-    char const * const end = data + size;
-    while (begin < end) {
-        auto const * const newline =
-            static_cast<char const *>(std::memchr(begin, '\n', static_cast<std::size_t>(end - begin)));
-        if (newline == nullptr) {
+    unsigned int index = 0;
+    unsigned int * starts = nullptr;
+    auto const make_room = [&](unsigned int entries) {
+        if (line_starts_.capacity() - index < entries) {
+            line_starts_.setSize(index);
+            line_starts_.ensureCapacity(std::max(line_starts_.capacity() * 2, index + entries));
+        }
+        starts = line_starts_.data();
+        return starts != nullptr;
+    };
+    line_starts_.clear();
+    line_starts_.ensureCapacity(size / 32 + 2 * block);
+    unsigned int position = 0;
+    bool room = make_room(1);
+    if (room) {
+        starts[index++] = 0;
+    }
+    for (; room && size - position >= block; position += block) {
+        if (!make_room(block)) {
+            room = false;
             break;
         }
-        begin = newline + 1;
-        line_starts_.add(static_cast<unsigned int>(begin - data));
+        std::uint64_t mask = Internal::ByteMask64(data + position, '\n');
+        unsigned int const count = BitCount(mask);
+        unsigned int * const out = starts + index;
+        for (unsigned int i = 0; i < 4; ++i) {
+            out[i] = position + static_cast<unsigned int>(std::countr_zero(mask)) + 1;
+            mask &= mask - 1;
+        }
+        for (unsigned int i = 4; i < count; ++i) {
+            out[i] = position + static_cast<unsigned int>(std::countr_zero(mask)) + 1;
+            mask &= mask - 1;
+        }
+        index += count;
     }
-    line_starts_.add(size + 1);
+    if (!room || !make_room(size - position + 1)) {
+        // No room for the table: an empty one, which gives no lines, rather than writing nowhere.
+        line_starts_ = Buffer<unsigned int>();
+        return;
+    }
+    for (; position < size; ++position) {
+        if (data[position] == '\n') {
+            starts[index++] = position + 1;
+        }
+    }
+    starts[index++] = size + 1;
+    line_starts_.setSize(index);
 }
 
 bool BufferedScanner::nextLine(String & line, bool clear) {
@@ -138,7 +202,7 @@ inline bool BufferedScanner::takeLine(String & line) {
     if (span == 0) {
         return true;
     }
-    CopyInto(line, buffer_.data() + start, span - 1);
+    CopyInto(line, buffer_.data() + start, span - 1, buffer_.size() - start);
     ++line_number_;
     file_position_ += span;
     if (!line.isEmpty() && line.last() == '\r') {

@@ -4,6 +4,7 @@
 #include "Base/Files/Scanner.h"
 #include "Base/Files/BufferedScanner.h"
 #include "Base/Files/FileException.h"
+#include "Base/Files/Internal/ByteSearch.h"
 
 #include "tests/Files/TempFolderFixture.h"
 
@@ -236,6 +237,50 @@ TEST(BufferedScannerTest, EmptyTextHasTheClosingLineStart) {
     EXPECT_EQ(scanner.lineStarts()[0], 0u);
     EXPECT_EQ(scanner.lineStarts()[1], 1u);
     EXPECT_FALSE(scanner.nextLine());
+}
+
+// The line table is built from 64-byte masks and lines are copied in fixed blocks; both are held
+// to a plain walk over random texts whose lines run from empty to several blocks long.
+TEST(BufferedScannerTest, LineTableAndLinesMatchAPlainWalk) {
+    std::mt19937 random(64);
+    for (int round = 0; round < 200; ++round) {
+        SCOPED_TRACE(round);
+        std::string text;
+        std::vector<unsigned int> starts{0};
+        std::vector<std::string> lines{""};
+        unsigned int const longest = round % 4 == 0 ? 200 : 70;
+        for (unsigned int size = random() % 1000; text.size() < size;) {
+            char const c = random() % longest == 0 ? '\n' : static_cast<char>('!' + random() % 90);
+            text += c;
+            if (c == '\n') {
+                starts.push_back(static_cast<unsigned int>(text.size()));
+                lines.emplace_back();
+            } else {
+                lines.back() += c;
+            }
+        }
+        starts.push_back(static_cast<unsigned int>(text.size()) + 1);
+        BufferedScanner scanner{StringView(text.data(), static_cast<unsigned int>(text.size())), ','};
+        ASSERT_EQ(scanner.lineStarts().size(), starts.size());
+        for (unsigned int i = 0; i < starts.size(); ++i) {
+            EXPECT_EQ(scanner.lineStarts()[i], starts[i]) << i;
+        }
+        String line;
+        for (std::string const & expected : lines) {
+            ASSERT_TRUE(scanner.nextLine(line, false));
+            EXPECT_EQ(Text(line), expected);
+        }
+        EXPECT_FALSE(scanner.nextLine(line, false));
+    }
+    constexpr char alphabet[] = {'\n', '\n', '\xff', '\x8a', '\x0b', 0, 'a', 'b'};
+    for (int round = 0; round < 1000; ++round) {
+        char bytes[64];
+        for (char & byte : bytes) {
+            byte = alphabet[random() % sizeof alphabet];
+        }
+        ASSERT_EQ(Internal::ByteMask64(bytes, '\n'), Internal::ByteMask64Words(bytes, '\n')) << round;
+        ASSERT_EQ(Internal::ByteMask64(bytes, '\xff'), Internal::ByteMask64Words(bytes, '\xff')) << round;
+    }
 }
 
 TEST_F(ScannerFileTest, EmptyLineAndWhiteSpaceSwitches) {
