@@ -34,24 +34,26 @@ std::size_t CountEntries(std::string const & folder) {
     return count;
 }
 
+template <typename Action>
+void ExpectFailure(Action && action, FileException::ExceptionType type) {
+    try {
+        action();
+        ADD_FAILURE() << "no failure raised";
+    } catch (FileException const & failure) {
+        EXPECT_EQ(failure.type(), type);
+    }
+}
+
 class FileDiskTest : public Testing::TempFolderTest {
   protected:
     std::string TempFiles() const { return Testing::SystemPath(File::TempFileFolder().view()); }
 };
 
-TEST_F(FileDiskTest, MissingFilesAreAskedAboutEveryTime) {
-    File const file = Path("late.txt");
-    EXPECT_EQ(file.fileSize(), ~0ull);
-    EXPECT_FALSE(file.cachedExist());
-    WriteAll(SystemPath("late.txt"), "12345");
-    // Nothing trustworthy was cached about the missing file, so the next read asks again.
-    EXPECT_EQ(file.fileSize(), 5u);
-    EXPECT_TRUE(file.cachedExist());
-}
-
-TEST_F(FileDiskTest, KnownFieldsAreAnsweredFromTheCache) {
-    WriteAll(SystemPath("a.txt"), "12345");
+TEST_F(FileDiskTest, CacheAnswersKnownFieldsAndAsksAgainAboutMissingFiles) {
     File const file = Path("a.txt");
+    EXPECT_EQ(file.fileSize(), ~0ull);
+    WriteAll(SystemPath("a.txt"), "12345");
+    // Nothing trustworthy was cached about the missing file, so the next read asks again.
     EXPECT_EQ(file.fileSize(), 5u);
     EXPECT_TRUE(file.getModifiedTime().isValid());
     WriteAll(SystemPath("a.txt"), "1234567890");
@@ -63,10 +65,9 @@ TEST_F(FileDiskTest, KnownFieldsAreAnsweredFromTheCache) {
     EXPECT_FALSE(file.cachedExist());
     EXPECT_EQ(file.fileSize(), ~0ull);
 
-    File const renamed = Path("b.txt");
-    EXPECT_EQ(renamed.fileSize(), 10u);
-    File copy = renamed;
-    EXPECT_EQ(copy.currentCache().size, 10u) << "a copy keeps the cache";
+    File copy = Path("b.txt");
+    EXPECT_EQ(copy.fileSize(), 10u);
+    EXPECT_EQ(File(copy).currentCache().size, 10u) << "a copy keeps the cache";
     copy = String(root() + "/b.txt");
     EXPECT_EQ(copy.currentCache().flags, 0) << "a new path invalidates the cache";
 }
@@ -139,15 +140,9 @@ TEST_F(FileDiskTest, CreateMakesParentsAndKeepsExistingContent) {
 TEST_F(FileDiskTest, OpenModesInPlace) {
     WriteAll(SystemPath("a.txt"), "ab");
     File file = Path("a.txt");
-
     file.open(File::WRITE_TEXT, true);
     EXPECT_TRUE(file << StringView("cd"));
-    try {
-        file.open(File::READ_TEXT);
-        ADD_FAILURE() << "a second open was accepted";
-    } catch (FileException const & failure) {
-        EXPECT_EQ(failure.type(), FileException::file_already_open);
-    }
+    ExpectFailure([&] { file.open(File::READ_TEXT); }, FileException::file_already_open);
     file.close();
     EXPECT_EQ(ReadAll(SystemPath("a.txt")), "abcd");
     file.close(); // harmless on a closed file
@@ -163,33 +158,21 @@ TEST_F(FileDiskTest, OpenModesInPlace) {
     EXPECT_TRUE(std::filesystem::exists(SystemPath("new/dir/b.bin")));
 
     struct Row {
+        char const * path;
         File::OpenMode mode;
         bool append;
         FileException::ExceptionType type;
-    };
-    Row const failures[] = {
-        {File::READ_BINARY, false, FileException::file_does_not_exist},
-        {File::READ_TEXT, false, FileException::file_does_not_exist},
-        {File::READ_TEXT_TEMP_COPY, false, FileException::file_does_not_exist},
-        {File::NOT_OPEN, false, FileException::could_not_create_file},
+    } const failures[] = {
+        {"missing.txt", File::READ_BINARY, false, FileException::file_does_not_exist},
+        {"missing.txt", File::READ_TEXT_TEMP_COPY, false, FileException::file_does_not_exist},
+        {"missing.txt", File::NOT_OPEN, false, FileException::could_not_create_file},
+        {"a.txt", File::READ_BINARY, true, FileException::could_not_create_file},
     };
     for (Row const & row : failures) {
-        SCOPED_TRACE(static_cast<int>(row.mode));
-        File missing = Path("missing.txt");
-        try {
-            missing.open(row.mode, row.append);
-            ADD_FAILURE() << "opened";
-        } catch (FileException const & failure) {
-            EXPECT_EQ(failure.type(), row.type);
-        }
-        EXPECT_FALSE(missing.isOpen());
-    }
-    File existing = Path("a.txt");
-    try {
-        existing.open(File::READ_BINARY, true);
-        ADD_FAILURE() << "a read with append opened something";
-    } catch (FileException const & failure) {
-        EXPECT_EQ(failure.type(), FileException::could_not_create_file);
+        SCOPED_TRACE(testing::Message() << row.path << " mode " << static_cast<int>(row.mode));
+        File failing = Path(row.path);
+        ExpectFailure([&] { failing.open(row.mode, row.append); }, row.type);
+        EXPECT_FALSE(failing.isOpen());
     }
 }
 
@@ -267,6 +250,12 @@ TEST_F(FileDiskTest, TemporaryWriteReplacesTheTargetOnlyAtClose) {
     EXPECT_TRUE(fresh << StringView("x"));
     fresh.close();
     EXPECT_EQ(ReadAll(SystemPath("new/folder/fresh.ini")), "x") << "the target's folder is made at close";
+    // Appending writes to the target, and close puts the copy back over what was appended.
+    File log = Path("settings.ini");
+    log.open(File::WRITE_TEXT_TEMP, true);
+    EXPECT_TRUE(log << StringView(" appended"));
+    log.close();
+    EXPECT_EQ(ReadAll(SystemPath("settings.ini")), "new content");
 }
 
 TEST_F(FileDiskTest, SaveCutShortByAnExceptionKeepsTheOldFile) {
@@ -297,15 +286,6 @@ TEST_F(FileDiskTest, SaveCutShortByAnExceptionKeepsTheOldFile) {
     EXPECT_EQ(ReadAll(SystemPath("settings.ini")), "saved while unwinding");
 }
 
-TEST_F(FileDiskTest, TemporaryAppendPutsTheCopyBackOverWhatWasAppended) {
-    WriteAll(SystemPath("log.txt"), "old");
-    File file = Path("log.txt");
-    file.open(File::WRITE_TEXT_TEMP, true);
-    EXPECT_TRUE(file << StringView(" appended"));
-    file.close();
-    EXPECT_EQ(ReadAll(SystemPath("log.txt")), "old");
-}
-
 TEST_F(FileDiskTest, TemporaryWriteAcrossFileSystems) {
     char pattern[] = "/dev/shm/qelta-files-XXXXXX";
     if (!std::filesystem::is_directory("/dev/shm") || mkdtemp(pattern) == nullptr) {
@@ -328,10 +308,7 @@ TEST_F(FileDiskTest, TemporaryWriteAcrossFileSystems) {
 
 TEST_F(FileDiskTest, FailedWriteLeavesTheOldFile) {
     WriteAll(SystemPath("keep.ini"), "old");
-    std::string const temp_files = TempFiles();
-    pid_t const child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
+    auto const write_beyond_the_limit = [this] {
         std::signal(SIGXFSZ, SIG_IGN);
         rlimit const limit{4096, 4096};
         setrlimit(RLIMIT_FSIZE, &limit);
@@ -341,16 +318,13 @@ TEST_F(FileDiskTest, FailedWriteLeavesTheOldFile) {
         try {
             file.close();
         } catch (FileException const & failure) {
-            _exit(failure.type() == FileException::generic_file ? 0 : 2);
+            std::_Exit(failure.type() == FileException::generic_file ? 0 : 2);
         }
-        _exit(1);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0) << "1: close didn't raise, 2: wrong kind";
+        std::_Exit(1);
+    };
+    EXPECT_EXIT(write_beyond_the_limit(), ::testing::ExitedWithCode(0), "") << "1: close didn't raise, 2: wrong kind";
     EXPECT_EQ(ReadAll(SystemPath("keep.ini")), "old");
-    EXPECT_EQ(CountEntries(temp_files), 0u) << "the failed temporary file is removed";
+    EXPECT_EQ(CountEntries(TempFiles()), 0u) << "the failed temporary file is removed";
 }
 
 TEST_F(FileDiskTest, KilledSaveLeavesTheOldOrTheNewFile) {
@@ -384,20 +358,19 @@ TEST_F(FileDiskTest, KilledSaveLeavesTheOldOrTheNewFile) {
     }
 }
 
-TEST_F(FileDiskTest, SuitableNamesCountUp) {
+TEST_F(FileDiskTest, GeneratedNamesAvoidExistingFiles) {
     File const missing = Path("a.txt");
     EXPECT_EQ(missing.findNonExistingSuitableName().view(), missing.view());
     WriteAll(SystemPath("a.txt"), "");
     WriteAll(SystemPath("a(2).txt"), "");
     EXPECT_EQ(Testing::SystemPath(missing.findNonExistingSuitableName().view()), SystemPath("a(3).txt"));
-}
 
-TEST_F(FileDiskTest, TempNamesKeepTheExtensionInsideTheTempFolder) {
-    File const temp = Path("x.ini").generateTempFile();
+    // Temporary names keep the extension inside the temporary folder.
+    File const temp = missing.generateTempFile();
     EXPECT_EQ(Testing::SystemPath(temp.getPath(File::DRIVE | File::DIRECTORY)), TempFiles());
-    EXPECT_EQ(temp.getPath(File::EXTENSION), StringView(".ini"));
     EXPECT_EQ(temp.getPath(File::NAME).size(), 36u);
-    EXPECT_NE(Path("x.ini").generateTempFile().view(), temp.view());
+    EXPECT_EQ(temp.getPath(File::EXTENSION), StringView(".txt"));
+    EXPECT_NE(missing.generateTempFile().view(), temp.view());
 }
 
 } // namespace

@@ -57,20 +57,18 @@ TEST(FileExceptionTest, UnnamedKindReportsOnlyTheTitle) {
 }
 
 TEST(FileExceptionTest, WrappedMessageNamesTextAndFile) {
-    FileException const failure(File("C:\\a.txt"), TranslatedString(StringView("{disk_full}Disk full")),
+    FileException const wrapped(File("C:\\a.txt"), TranslatedString(StringView("{disk_full}Disk full")),
                                 FileException::generic_file);
-    EXPECT_EQ(English(failure.message()), "File Error:\nDisk full\nFile:\nC:\\a.txt");
-    EXPECT_EQ(failure.message().translationID(), Translator::DefaultFastID("file_exception_message"));
-    EXPECT_EQ(English(failure.title()), "File Error");
-}
+    EXPECT_EQ(English(wrapped.message()), "File Error:\nDisk full\nFile:\nC:\\a.txt");
+    EXPECT_EQ(wrapped.message().translationID(), Translator::DefaultFastID("file_exception_message"));
+    EXPECT_EQ(English(wrapped.title()), "File Error");
 
-TEST(FileExceptionTest, FailuresOfOneKindShareTheirIdWhateverTheFile) {
+    // Failures of one kind share their id whatever the file; the wrapped form has its own title.
     FileException const first(File("C:\\a.txt"), FileException::file_does_not_exist);
     FileException const second(File("\\home\\u\\other.ini"), FileException::file_does_not_exist);
     EXPECT_EQ(first.id(), second.id());
     EXPECT_TRUE(first.id().isValid());
-    FileException const wrapped(File("C:\\a.txt"), TranslatedString(StringView("x")), FileException::generic_file);
-    EXPECT_NE(wrapped.id(), first.id()) << "the wrapped form has its own title";
+    EXPECT_NE(wrapped.id(), first.id());
 }
 
 } // namespace

@@ -95,25 +95,12 @@ std::vector<std::pair<std::string, std::string>> Tree(std::string const & root) 
     return out;
 }
 
-// Runs in a child process: copies under a file size limit of four chunks and ends the process
-// with 0 when the copy raised `expected` and left `folder` empty.
-void CopyUnderFileSizeLimit(File const & source, File const & target, std::string const & expected,
-                            std::string const & folder) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit const limit{4 * test_chunk, 4 * test_chunk};
-    setrlimit(RLIMIT_FSIZE, &limit);
-    std::string message;
-    try {
-        source.copyTo(target, true, LogPtr());
-    } catch (FileException const & failure) {
-        message = English(failure.message());
-    }
-    bool const clean = fs::is_empty(folder);
-    if (message != expected || !clean) {
-        std::fprintf(stderr, "message: %s\nclean: %d\n", message.c_str(), clean ? 1 : 0);
-        std::_Exit(1);
-    }
-    std::_Exit(0);
+std::string Wrapped(std::string const & text, File const & file) {
+    return "File Error:\n" + text + "\nFile:\n" + Text(file.view());
+}
+
+std::string CopyFailure(File const & source, std::string const & reason) {
+    return Wrapped("File could not be copied: " + reason, source);
 }
 
 class FileOperationsTest : public Testing::TempFolderTest {
@@ -136,9 +123,6 @@ class FileOperationsTest : public Testing::TempFolderTest {
             bytes += static_cast<char>(i);
         }
         WriteAll(SystemPath("a/sub/two.bin"), bytes);
-    }
-    std::string CopyFailure(File const & source, std::string const & reason) const {
-        return "File Error:\nFile could not be copied: " + reason + "\nFile:\n" + Text(source.view());
     }
 };
 
@@ -185,19 +169,15 @@ TEST_F(FileOperationsTest, CopyOfOneFileHonoursOverwriteAndFolderTargets) {
 }
 
 TEST_F(FileOperationsTest, CancelHalfWayLeavesTheTargetAsItWas) {
-    struct Row {
-        char const * name;
-        char const * existing; // null: no target before the copy
-    };
-    Row const rows[] = {{"absent target", nullptr}, {"existing target", "old content"}};
-    std::string const content(8 * test_chunk, 'c');
-    WriteAll(SystemPath("source.txt"), content);
-    for (Row const & row : rows) {
-        SCOPED_TRACE(row.name);
+    WriteAll(SystemPath("source.txt"), std::string(8 * test_chunk, 'c'));
+    for (char const * existing : {static_cast<char const *>(nullptr), "old content"}) {
+        SCOPED_TRACE(existing == nullptr ? "absent target" : "existing target");
         fs::remove_all(SystemPath("out"));
         fs::create_directory(SystemPath("out"));
-        if (row.existing != nullptr) {
-            WriteAll(SystemPath("out/target.txt"), row.existing);
+        std::vector<std::pair<std::string, std::string>> expected;
+        if (existing != nullptr) {
+            WriteAll(SystemPath("out/target.txt"), existing);
+            expected.emplace_back("target.txt", existing);
         }
         RecordingPipe pipe(true);
         File const source = Path("source.txt");
@@ -206,10 +186,6 @@ TEST_F(FileOperationsTest, CancelHalfWayLeavesTheTargetAsItWas) {
             ADD_FAILURE() << "a cancelled copy raises";
         } catch (FileException const & failure) {
             EXPECT_EQ(English(failure.message()), CopyFailure(source, "User cancelled job"));
-        }
-        std::vector<std::pair<std::string, std::string>> expected;
-        if (row.existing != nullptr) {
-            expected.emplace_back("target.txt", row.existing);
         }
         EXPECT_EQ(Tree(SystemPath("out")), expected) << "no temporary file is left either";
         EXPECT_EQ(pipe.cancelGuardCount(), 0u);
@@ -305,78 +281,74 @@ TEST_F(FileOperationsTest, MakeReadOnlyTogglesTheWritePermissions) {
 // The rows of the three tables that this system's common failures reach.
 TEST_F(FileOperationsTest, FailuresNameTheirRow) {
     WriteAll(SystemPath("plain.txt"), "p");
+    WriteAll(SystemPath("read_only.txt"), "r");
     fs::create_directories(SystemPath("full/inner"));
+    fs::create_directory(SystemPath("locked"));
+    fs::permissions(SystemPath("locked"), fs::perms::owner_read | fs::perms::owner_exec);
     std::string const long_name(260, 'n');
+    auto const remove = [](File & file) { file.deleteFile(LogPtr()); };
+    auto const write = [](File & file) { file.open(File::WRITE_BINARY); };
+    auto const copy_to = [this](char const * target) {
+        return [this, target](File & file) { file.copyTo(Path(target), true, LogPtr()); };
+    };
+    auto const lock_then_remove = [this](File & file) {
+        fs::permissions(SystemPath("full"), fs::perms::owner_read | fs::perms::owner_exec);
+        file.deleteFile(LogPtr());
+    };
+    auto const lock_then_write = [](File & file) {
+        file.makeReadOnly(true);
+        file.open(File::WRITE_BINARY);
+    };
+    enum Form { own, wrapped, copy };
     struct Row {
         char const * name;
-        std::function<void()> action;
-        std::string message;
-        char const * label; // the id label of the row
+        File file;
+        std::function<void(File &)> action;
+        Form form;
+        char const * text;
+        char const * label;     // the id label of the row
+        bool needs_permissions; // root passes every permission check
+    } const rows[] = {
+        {"missing file", Path("missing.txt"), remove, own, "File does not exist:\n", "file_does_not_exit_exception",
+         false},
+        {"path under a file", Path("plain.txt/x.txt"), remove, wrapped, "The specified path was not found.",
+         "ERROR_PATH_NOT_FOUND", false},
+        {"folder not empty", Path("full"), remove, wrapped, "Directory not empty", "file_error_ENOTEMPTY", false},
+        {"write onto a folder", Path("full"), write, wrapped, "Is a directory", "file_error_EISDIR", false},
+        {"name too long", Path(long_name), write, wrapped, "Filename too long", "file_error_ENAMETOOLONG", false},
+        {"remove a name too long", Path(long_name), remove, wrapped, "Filename too long", "file_error_ENAMETOOLONG",
+         false},
+        {"copy a folder into itself", Path("full/"), copy_to("full/inner/copy/"), copy,
+         "Destination is a subtree of the source", "COPYENGINE_E_DEST_SUBTREE", false},
+        {"copy onto a folder", Path("plain.txt"), copy_to("full"), copy,
+         "Existing destination folder with the same name as the file", "COPYENGINE_E_FILE_IS_FLD_DEST", false},
+        {"copy into a locked folder", Path("plain.txt"), copy_to("locked/x.txt"), copy,
+         "Security problem on the destination", "COPYENGINE_E_ACCESS_DENIED_DEST", true},
+        {"remove from a locked folder", Path("full/inner"), lock_then_remove, wrapped,
+         "Security settings denied access to the source.", "file_error_78", true},
+        {"write to a read-only file", Path("read_only.txt"), lock_then_write, wrapped, "Permission Denied",
+         "file_error_EACCES", true},
     };
-    auto const wrapped = [](char const * text, File const & file) {
-        return "File Error:\n" + std::string(text) + "\nFile:\n" + Text(file.view());
-    };
-    std::vector<Row> rows;
-    File const missing = Path("missing.txt");
-    rows.push_back({"missing file", [&] { File(missing).deleteFile(LogPtr()); },
-                    "File does not exist:\n" + Text(missing.view()), "file_does_not_exit_exception"});
-    File const under_file = Path("plain.txt/x.txt");
-    rows.push_back({"path under a file", [&] { File(under_file).deleteFile(LogPtr()); },
-                    wrapped("The specified path was not found.", under_file), "ERROR_PATH_NOT_FOUND"});
-    File const full = Path("full");
-    rows.push_back({"folder not empty", [&] { File(full).deleteFile(LogPtr()); }, wrapped("Directory not empty", full),
-                    "file_error_ENOTEMPTY"});
-    rows.push_back({"write onto a folder", [&] { File(full).open(File::WRITE_BINARY); },
-                    wrapped("Is a directory", full), "file_error_EISDIR"});
-    File const too_long = Path(long_name);
-    rows.push_back({"name too long", [&] { File(too_long).open(File::WRITE_BINARY); },
-                    wrapped("Filename too long", too_long), "file_error_ENAMETOOLONG"});
-    rows.push_back({"remove a name too long", [&] { File(too_long).deleteFile(LogPtr()); },
-                    wrapped("Filename too long", too_long), "file_error_ENAMETOOLONG"});
-    File const plain = Path("plain.txt");
-    File const in_locked = Path("full/inner");
-    File const read_only = Path("read_only.txt");
-    File const tree = Path("full/");
-    rows.push_back({"copy a folder into itself", [&] { tree.copyTo(Path("full/inner/copy/"), true, LogPtr()); },
-                    CopyFailure(tree, "Destination is a subtree of the source"), "COPYENGINE_E_DEST_SUBTREE"});
-    rows.push_back({"copy onto a folder", [&] { plain.copyTo(Path("full"), true, LogPtr()); },
-                    CopyFailure(plain, "Existing destination folder with the same name as the file"),
-                    "COPYENGINE_E_FILE_IS_FLD_DEST"});
-    if (geteuid() != 0) {
-        fs::create_directory(SystemPath("locked"));
-        fs::permissions(SystemPath("locked"), fs::perms::owner_read | fs::perms::owner_exec);
-        rows.push_back({"copy into a locked folder", [&] { plain.copyTo(Path("locked/x.txt"), true, LogPtr()); },
-                        CopyFailure(plain, "Security problem on the destination"), "COPYENGINE_E_ACCESS_DENIED_DEST"});
-        rows.push_back({"remove from a locked folder",
-                        [&] {
-                            fs::permissions(SystemPath("full"), fs::perms::owner_read | fs::perms::owner_exec);
-                            File(in_locked).deleteFile(LogPtr());
-                        },
-                        wrapped("Security settings denied access to the source.", in_locked), "file_error_78"});
-        WriteAll(SystemPath("read_only.txt"), "r");
-        rows.push_back({"write to a read-only file",
-                        [&] {
-                            File file(read_only);
-                            file.makeReadOnly(true);
-                            file.open(File::WRITE_BINARY);
-                        },
-                        wrapped("Permission Denied", read_only), "file_error_EACCES"});
-    }
     for (Row const & row : rows) {
         SCOPED_TRACE(row.name);
+        if (row.needs_permissions && geteuid() == 0) {
+            continue;
+        }
+        std::string const message = row.form == own       ? row.text + Text(row.file.view())
+                                    : row.form == wrapped ? Wrapped(row.text, row.file)
+                                                          : CopyFailure(row.file, row.text);
+        File file = row.file;
         try {
-            row.action();
+            row.action(file);
             ADD_FAILURE() << "no failure raised";
         } catch (FileException const & failure) {
-            EXPECT_EQ(English(failure.message()), row.message);
+            EXPECT_EQ(English(failure.message()), message);
             std::string const stored = Text(failure.message().internalValue().view());
             EXPECT_NE(stored.find("{" + std::string(row.label) + "}"), std::string::npos) << stored;
         }
     }
     fs::permissions(SystemPath("full"), fs::perms::owner_all);
-    if (fs::exists(SystemPath("locked"))) {
-        fs::permissions(SystemPath("locked"), fs::perms::owner_all);
-    }
+    fs::permissions(SystemPath("locked"), fs::perms::owner_all);
 }
 
 // A file size limit stands in for a full disk: the copy fails on the target's side, and neither
@@ -386,8 +358,21 @@ TEST_F(FileOperationsTest, CopyBeyondTheFileSizeLimitFailsCleanly) {
     fs::create_directory(SystemPath("out"));
     File const source = Path("big.bin");
     std::string const expected = CopyFailure(source, "File too large for the destination file system");
-    EXPECT_EXIT(CopyUnderFileSizeLimit(source, Path("out/big.bin"), expected, SystemPath("out")),
-                ::testing::ExitedWithCode(0), "");
+    auto const copy_in_a_child = [&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit const limit{4 * test_chunk, 4 * test_chunk};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        std::string message;
+        try {
+            source.copyTo(Path("out/big.bin"), true, LogPtr());
+        } catch (FileException const & failure) {
+            message = English(failure.message());
+        }
+        bool const clean = fs::is_empty(SystemPath("out"));
+        std::fprintf(stderr, "message: %s\nclean: %d\n", message.c_str(), clean ? 1 : 0);
+        std::_Exit(message == expected && clean ? 0 : 1);
+    };
+    EXPECT_EXIT(copy_in_a_child(), ::testing::ExitedWithCode(0), "");
 }
 
 } // namespace

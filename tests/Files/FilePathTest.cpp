@@ -26,8 +26,7 @@ TEST(FileTest, NormalisesSeparatorsAndRefusedCharacters) {
         {"C:/a//b/", "C:\\a\\b\\"},
         {"\\\\server\\share", "\\server\\share"},
         {"a/./b", "a\\.\\b"},
-        {"a?b", "a_b"},
-        {"a\"*<>|b", "a_____b"},
+        {"a?\"*<>|b", "a______b"},
         {"<dev?x|y*", "<dev?x|y*"},
         {"a\x01"
          "b\tc\x1f",
@@ -90,29 +89,17 @@ TEST(FileTest, SplitsIntoDriveDirectoryNameAndExtension) {
 
 TEST(FileTest, SetPathFollowsTheTableForAllSixteenMasks) {
     // D = "C:", P = "\dir\", N = "name", E = ".ext", v = "X".
-    char const * const expected[16] = {
-        "C:\\dir\\",
-        "X\\dir\\name.ext",
-        "C:Xname.ext",
-        "Xname.ext",
-        "C:\\dir\\X.ext",
-        "X",
-        "C:X.ext",
-        "X.ext",
-        "C:\\dir\\nameX",
-        "X",
-        "C:X",
-        "X",
-        "C:\\dir\\X",
-        "X",
-        "C:X",
-        "X",
+    char const * const expected[4][4] = {
+        {"C:\\dir\\", "X\\dir\\name.ext", "C:Xname.ext", "Xname.ext"},
+        {"C:\\dir\\X.ext", "X", "C:X.ext", "X.ext"},
+        {"C:\\dir\\nameX", "X", "C:X", "X"},
+        {"C:\\dir\\X", "X", "C:X", "X"},
     };
     for (unsigned int mask = 0; mask < 16; ++mask) {
         SCOPED_TRACE(mask);
         File file(String("C:\\dir\\name.ext"), String("id1|id2"));
         file.setPath("X", static_cast<unsigned char>(mask));
-        EXPECT_EQ(Text(file.view()), expected[mask]);
+        EXPECT_EQ(Text(file.view()), expected[mask / 4][mask % 4]);
         EXPECT_FALSE(file.hasSideID());
     }
     File file("C:\\dir\\name.ext");
@@ -298,11 +285,9 @@ TEST(FileTest, TextFormsRoundTrip) {
 
     FileCachedData read;
     StringStream<FileCachedData>::fromString(text.view(), read);
-    EXPECT_EQ(read.flags, 11);
-    EXPECT_EQ(read.size, 1536u);
-    EXPECT_EQ(read.modified, cache.modified);
-    EXPECT_FALSE(read.accessed.isValid());
-    EXPECT_EQ(read.created, cache.created);
+    StringAllocatingView again;
+    StringStream<FileCachedData>::toString(read, again);
+    EXPECT_EQ(Text(again.view()), Text(text.view()));
 
     FileCachedData unchanged = read;
     StringStream<FileCachedData>::fromString("3*12*NaN*NaN", unchanged);
