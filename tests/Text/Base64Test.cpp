@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -29,20 +30,25 @@ std::string Decode(std::string const & text, bool reference = false) {
     return std::string(reinterpret_cast<char const *>(bytes.data()), bytes.size());
 }
 
+// The decoded bytes, or nothing when the decoder raises.
+std::optional<std::string> DecodeOrRaised(std::string const & text, bool reference) {
+    try {
+        return Decode(text, reference);
+    } catch (Exception const &) {
+        return std::nullopt;
+    }
+}
+
 TEST(Base64Test, RFC4648Vectors) {
     struct Row {
         char const * bytes;
         char const * text;
+    } const rows[] = {
+        // clang-format off
+        {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="},
+        {"foobar", "Zm9vYmFy"}, {"Man", "TWFu"}, {"M", "TQ=="},
+        // clang-format on
     };
-    Row const rows[] = {{"", ""},
-                        {"f", "Zg=="},
-                        {"fo", "Zm8="},
-                        {"foo", "Zm9v"},
-                        {"foob", "Zm9vYg=="},
-                        {"fooba", "Zm9vYmE="},
-                        {"foobar", "Zm9vYmFy"},
-                        {"Man", "TWFu"},
-                        {"M", "TQ=="}};
     for (Row const & row : rows) {
         SCOPED_TRACE(row.bytes);
         EXPECT_EQ(Encode(row.bytes), row.text);
@@ -61,8 +67,7 @@ TEST(Base64Test, DecoderReadsBothAlphabetsAndLoosePadding) {
     struct Row {
         char const * text;
         std::string bytes;
-    };
-    Row const rows[] = {
+    } const rows[] = {
         {"TQ", "M"},          {"TQ..", "M"}, {"TQ=", "M"}, {"TWE", "Ma"}, {"TWE.", "Ma"}, {"a-_b", Decode("a+/b")},
         {"TQ==TWFu", "MMan"}, // padding ends a group, not the text
         {"TQ=u", "M"},        // behind padding in its group a byte is not looked at
@@ -113,22 +118,7 @@ TEST(Base64Test, BlockPathMatchesGroupPath) {
             unsigned int const pick = random() % 200;
             text += pick < 190 ? alphabet[pick % 64] : alphabet[64 + pick % 6];
         }
-        std::string fast;
-        std::string plain;
-        bool fast_raised = false;
-        bool plain_raised = false;
-        try {
-            fast = Decode(text);
-        } catch (Exception const &) {
-            fast_raised = true;
-        }
-        try {
-            plain = Decode(text, true);
-        } catch (Exception const &) {
-            plain_raised = true;
-        }
-        ASSERT_EQ(fast_raised, plain_raised) << text;
-        ASSERT_EQ(fast, plain) << text;
+        ASSERT_EQ(DecodeOrRaised(text, false), DecodeOrRaised(text, true)) << text;
     }
 }
 

@@ -153,7 +153,8 @@ TEST(BufferTest, ConstructsAndDestroysEachNonPrimitiveElementOnce) {
             {"append itself", [](B & b) { b.addAll(b); }, {-1, 1, 2, 0, 0, -1, 1, 2, 0, 0}},
             {"copy assign",
              [](B & b) {
-                 b = B{Owned(4), Owned(5)};
+                 B const other{Owned(4), Owned(5)};
+                 b = other;
              },
              {4, 5}},
             {"move assign", [](B & b) { b = B(B{Owned(6)}); }, {6}},
@@ -170,24 +171,25 @@ TEST(BufferTest, ConstructsAndDestroysEachNonPrimitiveElementOnce) {
     EXPECT_EQ(Owned::live, 0);
 }
 
+// Adds zeros until the next add must grow the buffer.
+template <class T>
+void FillToCapacity(Buffer<T> & buffer) {
+    while (buffer.size() < buffer.capacity()) {
+        buffer.add(T(0));
+    }
+}
+
 TEST(BufferTest, AddsItsOwnElementWhileGrowing) {
     Buffer<Owned> owned{Owned(1), Owned(2)};
-    while (owned.size() < owned.capacity()) {
-        owned.add(Owned(0));
-    }
+    FillToCapacity(owned);
     owned.add(owned[0]);
     EXPECT_EQ(*owned.last().value, 1);
-    while (owned.size() < owned.capacity()) {
-        owned.add(Owned(0));
-    }
+    FillToCapacity(owned);
     owned.add(0, owned[1]);
     EXPECT_EQ(*owned[0].value, 2);
     EXPECT_EQ(*owned[1].value, 1);
-
     Buffer<std::uint64_t> plain{42};
-    while (plain.size() < plain.capacity()) {
-        plain.add(0);
-    }
+    FillToCapacity(plain);
     plain.add(plain[0]);
     EXPECT_EQ(plain.last(), 42u);
 }

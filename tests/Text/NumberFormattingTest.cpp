@@ -10,53 +10,29 @@ namespace QELTA {
 namespace {
 
 TEST(NumberFormattingTest, FormatsNumberText) {
-    std::string const sixty_three_nines(63, '9');
-    std::string const seventy_ones(70, '1');
+    std::string const nines(63, '9');
     struct Row {
         std::string input;
-        bool add_comma;
-        unsigned int min_decimals;
-        unsigned int max_decimals;
-        unsigned int min_digits;
-        char decimal;
-        char comma;
+        unsigned int min_decimals, max_decimals;
         std::string expected;
+        bool add_comma = false;
+        unsigned int min_digits = 0;
+        char decimal = '.', comma = ',';
     } const rows[] = {
-        {"9.99", false, 1, 1, 0, '.', ',', "10.0"},
-        {"0.999", false, 2, 2, 0, '.', ',', "1.00"},
-        {"19.99", false, 1, 1, 0, '.', ',', "20.0"},
-        {"0.0999", false, 3, 3, 0, '.', ',', "0.100"},
-        {sixty_three_nines + ".9", false, 0, 0, 0, '.', ',', "1" + std::string(63, '0')},
-        {"0.5", false, 0, 0, 0, '.', ',', "1"},
-        {"-0.5", false, 0, 0, 0, '.', ',', "1"},
-        {"12.5", false, 0, 0, 0, '.', ',', "13"},
-        {"12.4", false, 0, 0, 0, '.', ',', "12"},
-        {"-1.25", false, 1, 1, 0, '.', ',', "-1.3"},
-        {"1.005", false, 2, 2, 0, '.', ',', "1.01"},
-        {"1.50", false, 0, 3, 0, '.', ',', "1.5"},
-        {"1.99", false, 0, 1, 0, '.', ',', "2"},
-        {"-0.001", false, 2, 2, 0, '.', ',', "0.00"},
-        {"abc", false, 2, 2, 0, '.', ',', "0.00"},
-        {"abc", false, 0, 5, 0, '.', ',', "abc"},
-        {"1.23456", false, 0, 10, 0, '.', ',', "1.23456"},
-        {"7", false, 0, 0, 3, '.', ',', "007"},
-        {"7", false, 0, 3, 3, '.', ',', "7.00"},
-        {"1234567", true, 0, 0, 0, '.', ',', "1,234,567"},
-        {"1,234.5", true, 1, 1, 0, '.', ',', "1,234.5"},
-        {"1,234,567", false, 0, 0, 0, '.', ',', "1234567"},
-        {"-1234.5", true, 1, 1, 0, ',', '.', "-1.234,5"},
-        {"1.5e-9", false, 0, 0, 0, '.', ',', "0"},
-        {"-1.5E-9", false, 2, 2, 0, '.', ',', "0.00"},
-        {"1.5e3", false, 1, 1, 0, '.', ',', "1000.5"},
-        {"1234e+3", true, 0, 0, 0, '.', ',', "1,234000"},
-        {"1.5x", false, 1, 1, 0, '.', ',', "NaN"},
-        {"1e5x", false, 0, 0, 0, '.', ',', "NaN"},
-        {"Infinity", false, 2, 2, 0, '.', ',', "Inf"},
-        {"-infinity", false, 2, 2, 0, '.', ',', "-Inf"},
-        {std::string(64, '1'), false, 0, 0, 0, '.', ',', "BIG"},
-        {"-" + std::string(64, '1'), false, 0, 0, 0, '.', ',', "SMALL"},
-        {"0." + seventy_ones, true, 0, 100, 0, '.', ',', "0." + std::string(63, '1')},
-        {"1.5", false, 1000, 1000, 0, '.', ',', "1.5" + std::string(999, '0')},
+        // clang-format off
+        {"9.99", 1, 1, "10.0"}, {"0.999", 2, 2, "1.00"}, {"19.99", 1, 1, "20.0"}, {"0.0999", 3, 3, "0.100"},
+        {nines + ".9", 0, 0, "1" + std::string(63, '0')}, {"0.5", 0, 0, "1"}, {"-0.5", 0, 0, "1"},
+        {"12.5", 0, 0, "13"}, {"12.4", 0, 0, "12"}, {"-1.25", 1, 1, "-1.3"}, {"1.005", 2, 2, "1.01"},
+        {"1.50", 0, 3, "1.5"}, {"1.99", 0, 1, "2"}, {"-0.001", 2, 2, "0.00"}, {"abc", 2, 2, "0.00"},
+        {"abc", 0, 5, "abc"}, {"1.23456", 0, 10, "1.23456"}, {"7", 0, 0, "007", false, 3},
+        {"7", 0, 3, "7.00", false, 3}, {"1234567", 0, 0, "1,234,567", true}, {"1,234.5", 1, 1, "1,234.5", true},
+        {"1,234,567", 0, 0, "1234567"}, {"-1234.5", 1, 1, "-1.234,5", true, 0, ',', '.'}, {"1.5e-9", 0, 0, "0"},
+        {"-1.5E-9", 2, 2, "0.00"}, {"1.5e3", 1, 1, "1000.5"}, {"1234e+3", 0, 0, "1,234000", true},
+        {"1.5x", 1, 1, "NaN"}, {"1e5x", 0, 0, "NaN"}, {"Infinity", 2, 2, "Inf"}, {"-infinity", 2, 2, "-Inf"},
+        {std::string(64, '1'), 0, 0, "BIG"}, {"-" + std::string(64, '1'), 0, 0, "SMALL"},
+        {"0." + std::string(70, '1'), 0, 100, "0." + std::string(63, '1'), true},
+        {"1.5", 1000, 1000, "1.5" + std::string(999, '0')},
+        // clang-format on
     };
     for (Row const & row : rows) {
         SCOPED_TRACE(row.input + " " + std::to_string(row.min_decimals) + "-" + std::to_string(row.max_decimals));

@@ -20,7 +20,8 @@
 namespace QELTA {
 namespace {
 
-// The rules stated plainly, one step at a time, for the differential tests.
+// The rules stated plainly, one step at a time, for the differential tests; a null text is
+// checked on its own.
 
 bool IsDigit(char c) {
     return c >= '0' && c <= '9';
@@ -30,9 +31,6 @@ template <class T>
 T UnsignedReference(char const * text) {
     T const invalid = std::numeric_limits<T>::max();
     unsigned int const allowed = sizeof(T) == 1 ? 3 : sizeof(T) == 2 ? 5 : sizeof(T) == 4 ? 10 : 20;
-    if (text == nullptr) {
-        return invalid;
-    }
     text += text[0] == '+';
     if (!IsDigit(text[0])) {
         return invalid;
@@ -55,9 +53,6 @@ T UnsignedReference(char const * text) {
 template <class T>
 T SignedReference(char const * text) {
     using Unsigned = std::make_unsigned_t<T>;
-    if (text == nullptr) {
-        return std::numeric_limits<T>::lowest();
-    }
     bool const negative = text[0] == '-';
     text += negative || text[0] == '+';
     Unsigned const magnitude = UnsignedReference<Unsigned>(text);
@@ -80,9 +75,6 @@ double PowerOfTen(int exponent) {
 template <class Integer>
 double FloatingReference(char const * text) {
     double const nan = std::numeric_limits<double>::quiet_NaN();
-    if (text == nullptr) {
-        return nan;
-    }
     std::size_t at = 0;
     bool const negative = text[0] == '-';
     if (text[0] == '+' || text[0] == '-') {
@@ -218,7 +210,6 @@ TEST(NumberReadingTest, DoubleSteps) {
         double const value = NumberReading::ReadDouble(row.text);
         EXPECT_TRUE(SameDouble(value, row.expected)) << value;
     }
-    EXPECT_NE(NumberReading::ReadDouble("0.3"), std::strtod("0.3", nullptr));
     EXPECT_TRUE(std::isnan(NumberReading::ReadDouble(nullptr)));
 }
 

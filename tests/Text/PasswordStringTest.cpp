@@ -46,8 +46,7 @@ TEST(PasswordStringTest, StrengthAtEachRule) {
     struct Row {
         char const * plain;
         PasswordString::Strength strength;
-    };
-    Row const rows[] = {
+    } const rows[] = {
         {"", PasswordString::VERY_WEAK},
         {"password", PasswordString::VERY_WEAK},               // a common password, whatever its length
         {"Password", PasswordString::WEAK},                    // not common: score 3
@@ -80,12 +79,12 @@ TEST(PasswordStringTest, StoredForms) {
     struct Row {
         char const * name;
         PasswordString::Strength strength;
+    } const rows[] = {
+        // clang-format off
+        {"VERY_WEAK", PasswordString::VERY_WEAK}, {"MODERATE", PasswordString::MODERATE},
+        {"VERY_STRONG", PasswordString::VERY_STRONG}, {"very_strong", PasswordString::WEAK}, {"", PasswordString::WEAK},
+        // clang-format on
     };
-    Row const rows[] = {{"VERY_WEAK", PasswordString::VERY_WEAK},
-                        {"MODERATE", PasswordString::MODERATE},
-                        {"VERY_STRONG", PasswordString::VERY_STRONG},
-                        {"very_strong", PasswordString::WEAK},
-                        {"", PasswordString::WEAK}};
     for (Row const & row : rows) {
         SCOPED_TRACE(row.name);
         PasswordString::Strength strength = PasswordString::STRONG;

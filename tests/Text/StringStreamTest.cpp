@@ -11,6 +11,7 @@
 #include <random>
 #include <regex>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace QELTA {
@@ -31,28 +32,19 @@ T Read(char const * text, T start = T{}) {
     return value;
 }
 
-// Each type reads with the rules of its own width, long and int64_t with the 64-bit ones, and
-// prints its Invalid value as "NaN", except unsigned char and the unsigned 64-bit types.
+// Each type reads with the rules of its own width, long and int64_t with the 64-bit ones.
 TEST(StringStreamTest, IntegersKeepTheirOwnWidth) {
     EXPECT_EQ(Read<unsigned char>("256"), 255);
-    EXPECT_EQ(Read<unsigned char>("2551"), 255);
     EXPECT_EQ(Read<unsigned char>("300"), 44);
     EXPECT_EQ(Read<short>("65535"), -32768);
     EXPECT_EQ(Read<int>("  12"), INT32_MIN);
     EXPECT_EQ(Read<int>("4294967295"), INT32_MIN);
     EXPECT_EQ(Read<long>("18446744073709551614"), -2);
     EXPECT_EQ(Read<unsigned long>("184467440737095516141"), UINT64_MAX);
-    EXPECT_EQ(Print<signed char>(-128), "NaN");
-    EXPECT_EQ(Print<int>(INT32_MIN), "NaN");
-    EXPECT_EQ(Print<long>(INT64_MIN), "NaN");
-    EXPECT_EQ(Print<unsigned short>(65535), "NaN");
-    EXPECT_EQ(Print<unsigned int>(UINT32_MAX), "NaN");
-    EXPECT_EQ(Print<unsigned char>(255), "255");
-    EXPECT_EQ(Print<unsigned long long>(UINT64_MAX), "18446744073709551615");
-    EXPECT_EQ(Print<std::uint64_t>(UINT64_MAX), "18446744073709551615");
 }
 
-// Every value but Invalid prints as the standard library does and reads back.
+// Every value prints as the standard library does and reads back, except that Invalid prints as
+// "NaN" for all types but unsigned char and the unsigned 64-bit types; "NaN" reads back as Invalid.
 template <class T>
 void ExpectIntegerRoundTrips(std::mt19937_64 & random) {
     T const lowest = std::numeric_limits<T>::lowest();
@@ -63,11 +55,10 @@ void ExpectIntegerRoundTrips(std::mt19937_64 & random) {
         values.push_back(static_cast<T>(random() >> (random() % 64))); // all magnitudes
     }
     for (T const value : values) {
-        if (value == IntegerStringStream<T>::invalid) {
-            continue;
-        }
+        bool const shown_as_nan = value == IntegerStringStream<T>::invalid && !std::is_same_v<T, unsigned char> &&
+                                  !(std::is_unsigned_v<T> && sizeof(T) == 8);
         std::string const text = Print<T>(value);
-        ASSERT_EQ(text, std::to_string(value));
+        ASSERT_EQ(text, shown_as_nan ? "NaN" : std::to_string(value));
         ASSERT_EQ(Read<T>(text.c_str()), value) << text;
     }
 }

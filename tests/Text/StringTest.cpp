@@ -143,11 +143,13 @@ TEST(StringTest, FiltersKeepOnlyFlaggedBytes) {
     struct Row {
         bool tab, space, newline, carriage_return, digits;
         std::string_view result;
-    } const rows[] = {{false, false, false, false, true, "5"},
-                      {true, true, false, false, false, "\t "},
-                      {false, false, true, true, false, "\n\r"},
-                      {true, true, true, true, true, "\t \n\r5"},
-                      {false, false, false, false, false, ""}};
+    } const rows[] = {
+        // clang-format off
+        {false, false, false, false, true, "5"}, {true, true, false, false, false, "\t "},
+        {false, false, true, true, false, "\n\r"}, {true, true, true, true, true, "\t \n\r5"},
+        {false, false, false, false, false, ""},
+        // clang-format on
+    };
     for (Row const & row : rows) {
         SCOPED_TRACE(row.result);
         String text(source);
