@@ -88,7 +88,6 @@ TEST(ThreadTest, SystemNameIsCutAtACharacterAndRegistryKeepsAll) {
         char const * system_name;
     };
     Row const rows[] = {
-        {"Short", "Short"},
         {"Exactly15Bytes!", "Exactly15Bytes!"},
         {"A rather long worker name", "A rather long w"},
         // A two-byte character at bytes 14 and 15, and a three-byte one at bytes 14 to 16.

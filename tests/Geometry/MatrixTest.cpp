@@ -69,9 +69,7 @@ TEST(MatrixTest, InvertsAndTakesDeterminantsAsWorkedByHand) {
     double const swapped[4][4] = {{0, 1, 0, 0}, {1, 0, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
     EXPECT_EQ(FromRows(swapped).inverse(), FromRows(swapped));
     EXPECT_DOUBLE_EQ(FromRows(swapped).determinant(), -1.0);
-}
-
-TEST(MatrixTest, ASingularMatrixInvertsToNaN) {
+    // A singular matrix inverts to NaN.
     double const singular[4][4] = {{1, 2, 3, 4}, {2, 4, 6, 8}, {0, 0, 1, 0}, {0, 0, 0, 1}};
     EXPECT_NE(FromRows(singular).inverse(), FromRows(singular).inverse()); // NaN is unequal even to itself
     EXPECT_EQ(FromRows(singular).determinant(), 0.0);

@@ -76,19 +76,14 @@ TEST(LogPtrTest, EmptyAcceptsEveryCall) {
         String out("kept");
         log->getInputIdx(out, 1, true);
         EXPECT_EQ(Text(out.view()), "kept");
-    }
-}
-
-TEST(LogPtrTest, GuardsOnAnEmptyLogPtrDoNothing) {
-    LogPtr const empty;
-    {
-        ProgressInfo progress(Title("p"), empty, 0.0f);
+        // The guards on it do nothing either.
+        ProgressInfo progress(Title("p"), *log, 0.0f);
         progress.setProgress(0.5f);
         EXPECT_EQ(progress.index(), InfoPipe::no_id);
-        CancelInfo cancel(Title("c"), empty);
+        CancelInfo cancel(Title("c"), *log);
         cancel.requestCancel();
         EXPECT_FALSE(cancel.cancelRequested());
-        InputInfoPipe input(Title("i"), empty);
+        InputInfoPipe input(Title("i"), *log);
         input.addInput("typed");
         EXPECT_EQ(input.inputIndex(), InfoPipe::no_id);
         EXPECT_TRUE(input.getInput().isEmpty());

@@ -28,45 +28,28 @@ TimeSpan Read(char const * text) {
 }
 
 TEST(TimeSpanTest, EveryTokenWrites) {
-    // 1 day, 2:03:04.5678912 after nothing in particular.
-    TimeSpan const span(((26 * 60 + 3) * 60 + 4) * second_ns + 567891234);
+    // 400 days, 2:03:04.5678912 after nothing in particular: 13 months of 30 days and 10 days over.
+    TimeSpan const span(400 * day_ns + ((2 * 60 + 3) * 60 + 4) * second_ns + 567891234);
     struct Row {
         char const * format;
         char const * expected;
     };
     Row const rows[] = {
-        {"fffffff", "5678912"},
-        {"fff", "567"},
-        {"f", "5"},
-        {"sss", "93784"},
-        {"ss", "04"},
-        {"mmm", "1563"},
-        {"mm", "03"},
-        {"hhh", "26"},
-        {"hh", "02"},
-        {"DDD", "1"},
-        {"DD", "1"},
-        {"MMM", "0"},
-        {"MM", "0"},
-        {"YYYY", "0"},
-        {"YY", "0"},
-        {"hhh:mm:ss.ff", "26:03:04.56"},
+        {"fffffff", "5678912"}, {"fff", "567"}, {"f", "5"},      {"sss", "34567384"}, {"ss", "04"},
+        {"mmm", "576123"},      {"mm", "03"},   {"hhh", "9602"}, {"hh", "02"},        {"DDD", "400"},
+        {"DD", "10"},           {"MMM", "13"},  {"MM", "1"},     {"YYYY", "1"},       {"YY", "1"},
     };
     for (Row const & row : rows) {
         SCOPED_TRACE(row.format);
         EXPECT_EQ(std::string(span.getTimeString(row.format).c_str()), row.expected);
     }
+    EXPECT_EQ(std::string(span.getTimeString("hhh:mm:ss.ff").c_str()), "9602:03:04.56");
     EXPECT_EQ(std::string(TimeSpan(90 * second_ns).getTimeString("mmm:ss").c_str()), "1:30");
     EXPECT_EQ(std::string(TimeSpan(-90 * second_ns).getTimeString("mmm:ss").c_str()), "-1:30");
     EXPECT_EQ(std::string(TimeSpan().getTimeString("mmm:ss").c_str()), "NaN");
-}
-
-TEST(TimeSpanTest, LongSpansCountThirtyDayMonthsWithoutAStart) {
-    // 400 days: 13 months of 30 days and 10 days over.
-    TimeSpan const span(400 * day_ns);
+    // Without a start, months are 30 days long.
     EXPECT_EQ(span.elapsedDays(), 400);
     EXPECT_EQ(span.elapsedMonths(), 13);
-    EXPECT_EQ(std::string(span.getTimeString("YYYY MM DD").c_str()), "1 1 10");
     EXPECT_EQ(TimeSpan().elapsedDays(), TimeSpan::invalid);
     EXPECT_EQ(TimeSpan().elapsedMonths(), TimeSpan::invalid);
 }
@@ -96,17 +79,14 @@ TEST(TimeSpanTest, SpansWithAStartCountCalendarBoundaries) {
     }
 }
 
-TEST(TimeSpanTest, ContainsHasNoLowerBound) {
+TEST(TimeSpanTest, ContainsHasNoLowerBoundAndPercentIsAFraction) {
     Time const start(1000 * second_ns);
     TimeSpan const span(start, 10 * second_ns);
     EXPECT_TRUE(span.contains(start));
     EXPECT_TRUE(span.contains(Time(1009 * second_ns)));
     EXPECT_FALSE(span.contains(span.endTime()));
     EXPECT_TRUE(span.contains(Time(5 * second_ns)));
-}
 
-TEST(TimeSpanTest, ElapsedPercentIsAFraction) {
-    TimeSpan const span(Time(1000 * second_ns), 10 * second_ns);
     EXPECT_DOUBLE_EQ(span.elapsedPercent(Time(1005 * second_ns), false), 0.5);
     EXPECT_DOUBLE_EQ(span.elapsedPercent(Time(1020 * second_ns), false), 2.0);
     EXPECT_DOUBLE_EQ(span.elapsedPercent(Time(1020 * second_ns), true), 1.0);
