@@ -93,6 +93,8 @@ String & String::formatNumberString(bool add_comma, unsigned int min_decimals, u
                 unsigned int const kept = integer_digits + fraction_digits;
                 if (nines_start == no_run) {
                     if (kept == 0) {
+                        // Ends here, without the sign or the minimum digits ("-0.5" gives "1"):
+                        // texts were always rounded so, and this stays.
                         *this = "1";
                         return *this;
                     }
