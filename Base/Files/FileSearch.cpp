@@ -95,8 +95,10 @@ FileBuffer File::getChildren() const {
         if (path.size() > max_path_size) {
             continue; // a File can't name it, and one such entry must not hide the others
         }
-        File & child = children.add(File(std::move(path)));
+        // Filled before it is added: a failed growth of the list leaves no element to fill.
+        File child(std::move(path));
         child.updateCache(Internal::CachedDataOf(entry.attributes));
+        children.add(std::move(child));
     }
     return children;
 }
