@@ -56,7 +56,8 @@ class QELTA_BASE_EXPORT TimeSpan {
 };
 
 // With a start, "YYYY/MM/DD HH:mm:ss^" followed by the seconds as a double; without, the seconds
-// alone. An Invalid duration prints its seconds as "NaN".
+// alone. An Invalid duration prints its seconds as "NaN". The start is read by StringStream<Time>,
+// and its "Time Format Error" passes through.
 template <>
 class QELTA_BASE_EXPORT StringStream<TimeSpan> {
   public:
