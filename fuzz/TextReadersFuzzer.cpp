@@ -1,11 +1,17 @@
 // Fuzz target: the readers of typed text that other modules feed with user and file input. The
 // bytes are split at the first NUL into a format and a text; the time reader and writer run on
-// that pair, and the text alone goes through the span, UUID, angle and unit readers, whose
-// results are printed again. Nothing may read outside its text, loop forever or raise anything
-// but the time reader's own format error.
+// that pair, and the text alone goes through the span, UUID, angle, unit, log record, file cache,
+// path, translated text and password readers, whose results are printed again. Nothing may read
+// outside its text, loop forever or raise anything but the time reader's format error and the
+// path reader's FileException.
 #include "Base/Failure/Exception.h"
+#include "Base/Files/File.h"
+#include "Base/Files/FileException.h"
+#include "Base/Files/FileResource.h"
 #include "Base/Geometry/Angle.h"
 #include "Base/Language/TranslatedString.h"
+#include "Base/Logging/LogMessage.h"
+#include "Base/Text/PasswordString.h"
 #include "Base/Text/String.h"
 #include "Base/Text/StringAllocatingView.h"
 #include "Base/Text/UUID.h"
@@ -83,5 +89,18 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t siz
     ReadAndPrint<Angle<int>>(text.view());
     ReadAndPrint<Angle<double>>(text.view());
     Units(text.view());
+    ReadAndPrint<LogMessage>(text.view());
+    ReadAndPrint<FileCachedData>(text.view());
+    ReadAndPrint<FileResource::ProgramFileVars>(text.view());
+    ReadAndPrint<TranslatedString>(text.view());
+    ReadAndPrint<PasswordString::Strength>(text.view());
+    try {
+        ReadAndPrint<File>(text.view());
+    } catch (FileException const &) {
+        // A text too long for a path.
+    }
+    ReadAndPrint<PasswordString>(text.view());
+    PasswordString const password = PasswordString::Encode(text.view(), format.view());
+    (void)password.passwordStrength(format.view());
     return 0;
 }
