@@ -116,7 +116,8 @@ void PrintBlocks(LogMessage const & message) {
         std::puts("no blocks");
     }
     for (std::pair<String, String> const & block : blocks) {
-        std::string const code = "[" + std::string(block.first.c_str(), block.first.size()) + "]";
+        std::string code(1, '[');
+        code.append(block.first.c_str(), block.first.size()).push_back(']');
         std::printf("%-10s \"%s\"\n", code.c_str(), Visible(block.second).c_str());
     }
 }

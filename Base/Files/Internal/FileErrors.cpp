@@ -297,6 +297,12 @@ void ThrowOpenError(File const & file, int error) {
     ThrowGeneric(file, row != nullptr ? RowText(*row) : SystemText(error));
 }
 
+// The text of the open table's row `number`; the system's own text should the row be missing.
+TranslatedString OpenRowText(unsigned int number, int error) {
+    ErrorRow const * const row = OpenRowByNumber(number);
+    return row != nullptr ? RowText(*row) : SystemText(error);
+}
+
 void ThrowSystemError(File const & file, int error) {
     if (error == 0) {
         return;
@@ -309,19 +315,19 @@ void ThrowSystemError(File const & file, int error) {
     case 3:
         ThrowGeneric(file, Translatable(path_not_found_label, path_not_found_text));
     case 5:
-        ThrowGeneric(file, RowText(*OpenRowByNumber(120)));
+        ThrowGeneric(file, OpenRowText(120, error));
     case 8:
-        ThrowGeneric(file, RowText(*OpenRowByNumber(12)));
+        ThrowGeneric(file, OpenRowText(12, error));
     case 32:
     case 50:
-        ThrowGeneric(file, RowText(*OpenRowByNumber(1)));
+        ThrowGeneric(file, OpenRowText(1, error));
     case 80:
     case 183:
-        ThrowGeneric(file, RowText(*OpenRowByNumber(17)));
+        ThrowGeneric(file, OpenRowText(17, error));
     case 145:
-        ThrowGeneric(file, RowText(*OpenRowByNumber(41)));
+        ThrowGeneric(file, OpenRowText(41, error));
     case 206:
-        ThrowGeneric(file, RowText(*OpenRowByNumber(38)));
+        ThrowGeneric(file, OpenRowText(38, error));
     default:
         // 0, 18, 53, 87, 122, 123, 267, 4393 and every number without a row: the system's own text.
         ThrowGeneric(file, SystemText(error));
