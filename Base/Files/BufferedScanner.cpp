@@ -2,7 +2,6 @@
 #include "Base/Files/BufferedScanner.h"
 
 #include "Base/Files/Internal/ByteSearch.h"
-#include "Base/Text/Platform/MemoryPlatform.h"
 
 #include <algorithm>
 #include <bit>
@@ -80,7 +79,6 @@ BufferedScanner::BufferedScanner(File const & file, char delimiter, File::OpenMo
         if (size != 0 && buffer_.data() == String().data()) {
             ThrowTooLarge(&file_, size);
         }
-        MemoryPlatform::AdviseLargeBlock(buffer_.data(), buffer_.size());
         std::size_t const read = std::fread(buffer_.data(), 1, buffer_.size(), stream);
         buffer_.setSize(static_cast<unsigned int>(read));
     }
@@ -151,7 +149,6 @@ void BufferedScanner::indexLines() {
     };
     line_starts_.clear();
     line_starts_.ensureCapacity(size / 32 + 2 * block);
-    MemoryPlatform::AdviseLargeBlock(line_starts_.data(), line_starts_.capacity() * sizeof(unsigned int));
     unsigned int position = 0;
     bool room = make_room(1);
     if (room) {

@@ -1,13 +1,10 @@
 // Tests of Buffer: the growth rule, the text terminator, alignment and element lifetimes.
 #include "Base/Text/Buffer.h"
-#include "Base/Text/Platform/MemoryPlatform.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 namespace QELTA {
@@ -203,29 +200,6 @@ TEST(BufferTest, IndexOfReportsAllBitsSetWhenAbsent) {
     EXPECT_EQ(numbers.indexOf(9), 0xFFFFFFFFu);
     Buffer<unsigned char, DefaultBufferAllocator<unsigned char, unsigned long long>> const bytes{1, 2};
     EXPECT_EQ(bytes.indexOf(3), 0xFFFFFFFFFFFFFFFFull);
-}
-
-// The large-page hint is advice only: a block keeps every byte it had, whatever its alignment,
-// and a block advised before its first touch fills like any other.
-TEST(MemoryPlatformTest, LargeBlockAdviceKeepsTheBytes) {
-    constexpr std::size_t size = 9u << 20;
-    using Block = std::unique_ptr<unsigned char, decltype(&std::free)>;
-    Block const filled(static_cast<unsigned char *>(std::malloc(size + 3)), &std::free);
-    Block const fresh(static_cast<unsigned char *>(std::malloc(size)), &std::free);
-    ASSERT_NE(filled, nullptr);
-    ASSERT_NE(fresh, nullptr);
-    unsigned char * const bytes = filled.get() + 3;
-    for (std::size_t i = 0; i < size; ++i) {
-        bytes[i] = static_cast<unsigned char>(i * 7 + 1);
-    }
-    MemoryPlatform::AdviseLargeBlock(bytes, size);
-    MemoryPlatform::AdviseLargeBlock(fresh.get(), size);
-    MemoryPlatform::AdviseLargeBlock(nullptr, size);
-    std::memcpy(fresh.get(), bytes, size);
-    for (std::size_t i = 0; i < size; i += 4093) {
-        ASSERT_EQ(bytes[i], static_cast<unsigned char>(i * 7 + 1)) << i;
-        ASSERT_EQ(fresh.get()[i], bytes[i]) << i;
-    }
 }
 
 } // namespace
