@@ -63,8 +63,7 @@ int RunCoding(Arguments arguments, bool encode) {
             Base64Encoder::DecodeFromBase64(StringView(input.data(), static_cast<unsigned int>(input.size())));
         std::fwrite(bytes.data(), 1, bytes.size(), stdout);
     } catch (Exception const & error) {
-        std::fprintf(stderr, "qelta base64: %s\n", error.title().englishTranslation().c_str());
-        return exit_failure;
+        return Failure("base64", error);
     }
     return exit_ok;
 }

@@ -5,6 +5,7 @@
 // prints to standard output, reports usage errors on standard error and returns the exit code.
 #pragma once
 
+#include "Base/Failure/Exception.h"
 #include "Base/Text/String.h"
 
 #include <span>
@@ -28,6 +29,11 @@ inline constexpr int exit_usage = 2;
 
 // Prints "qelta <command>: <message>" and a hint to standard error; returns exit_usage.
 int UsageError(std::string_view command, std::string_view message);
+
+// Prints "qelta <command>: <message>" to standard error, with the failure's message in English
+// and its slots filled (its title when it has no message), after what standard output holds;
+// returns exit_failure.
+int Failure(std::string_view command, Exception const & error);
 
 // True when the arguments ask for help ("--help" or "-h" anywhere).
 bool WantsHelp(Arguments arguments);

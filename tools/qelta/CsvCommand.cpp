@@ -152,8 +152,7 @@ int RunCsv(Arguments arguments) {
             std::putchar('\n');
         }
     } catch (Exception const & error) {
-        std::fprintf(stderr, "qelta csv: %s\n", error.message().englishTranslation().c_str());
-        return exit_failure;
+        return Failure("csv", error);
     }
     return exit_ok;
 }

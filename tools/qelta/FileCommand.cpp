@@ -80,10 +80,7 @@ int RunInfo(Arguments arguments) {
         PrintParts(file);
         PrintDisk(file);
     } catch (FileException const & failure) {
-        String message = failure.message().englishDefine();
-        failure.message().replaceVals(message);
-        std::fprintf(stderr, "qelta file: %s\n", message.c_str());
-        return exit_failure;
+        return Failure("file", failure);
     }
     return exit_ok;
 }
@@ -150,10 +147,7 @@ int RunFind(Arguments arguments) {
         }
         std::printf("%u found in %s\n", found.size(), folder.c_str());
     } catch (FileException const & failure) {
-        String message = failure.message().englishDefine();
-        failure.message().replaceVals(message);
-        std::fprintf(stderr, "qelta file: %s\n", message.c_str());
-        return exit_failure;
+        return Failure("file", failure);
     }
     return exit_ok;
 }
@@ -268,9 +262,7 @@ int RunTransfer(Arguments arguments, bool move) {
             source.copyTo(target, overwrite, LogPtr(&pipe));
         }
     } catch (FileException const & failure) {
-        std::fflush(stdout);
-        std::fprintf(stderr, "qelta file: %s\n", English(failure.message()).c_str());
-        return exit_failure;
+        return Failure("file", failure);
     }
     return exit_ok;
 }

@@ -130,10 +130,7 @@ int RunFolders(Arguments arguments) {
             return exit_ok;
         }
     } catch (FileException const & failure) {
-        String message = failure.message().englishDefine();
-        failure.message().replaceVals(message);
-        std::fprintf(stderr, "qelta folders: %s\n", message.c_str());
-        return exit_failure;
+        return Failure("folders", failure);
     }
     std::printf("context name        %s\n", FileResource::AppContextName().c_str());
     PrintFolders("system folders", system_folders);

@@ -71,9 +71,7 @@ int RunParse(TimeOptions const & options) {
     try {
         PrintStored(Time(options.positional, options.local, options.format));
     } catch (Exception const & error) {
-        String const message = error.message().englishTranslation();
-        std::fprintf(stderr, "qelta time: %s\n", message.c_str());
-        return exit_failure;
+        return Failure("time", error);
     }
     return exit_ok;
 }

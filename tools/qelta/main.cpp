@@ -37,6 +37,16 @@ int UsageError(std::string_view command, std::string_view message) {
     return exit_usage;
 }
 
+int Failure(std::string_view command, Exception const & error) {
+    String text = error.message().englishTranslation();
+    if (text.isEmpty()) {
+        text = error.title().englishTranslation();
+    }
+    std::fflush(stdout);
+    std::fprintf(stderr, "qelta %.*s: %s\n", static_cast<int>(command.size()), command.data(), text.c_str());
+    return exit_failure;
+}
+
 int RunVerb(std::string_view command, Arguments arguments, std::span<Verb const> verbs) {
     if (arguments.empty()) {
         return UsageError(command, "needs a verb");
