@@ -445,12 +445,7 @@ T Scanner::readInteger() noexcept {
     }
     char const * const data = current_line_.data();
     char const * text = data + line_position_;
-    T value;
-    if constexpr (std::is_signed_v<T>) {
-        value = NumberReading::ReadSignedAt<T>(text);
-    } else {
-        value = NumberReading::ReadUnsignedAt<T>(text);
-    }
+    T const value = NumberReading::ReadBoundedAt<T>(text);
     line_position_ = static_cast<unsigned int>(text - data);
     skipField();
     return value;

@@ -114,14 +114,23 @@ TEST(ScannerTest, EmptyAndBadFieldsGiveTheEmptyValue) {
     EXPECT_EQ(hex.getNextHex<unsigned char>(), 0xbc);
 }
 
-TEST(ScannerTest, OverflowStillMovesPastTheDigits) {
-    Scanner scanner("4294967296 7 -3", ',');
+TEST(ScannerTest, OverflowGivesTheEmptyValueAndMovesPastTheDigits) {
+    Scanner scanner("4294967296 7 -3 1000 7 300 3000000000 -129 5000000000 0001", ',');
     scanner.setHasDelimiter(false);
     scanner.setIgnoreWhiteSpace(true);
     EXPECT_EQ(scanner.getNext<unsigned int>(), 4294967295u);
     EXPECT_EQ(scanner.linePosition(), 10u);
     EXPECT_EQ(scanner.getNext<int>(), 7);
     EXPECT_EQ(scanner.getNext<int>(), -3);
+    EXPECT_EQ(scanner.getNext<unsigned char>(), 255);
+    EXPECT_EQ(scanner.linePosition(), 20u);
+    EXPECT_EQ(scanner.getNext<unsigned char>(), 7);
+    EXPECT_EQ(scanner.getNext<unsigned char>(), 255);
+    EXPECT_EQ(scanner.getNext<int>(), std::numeric_limits<int>::lowest());
+    EXPECT_EQ(scanner.getNext<signed char>(), -128);
+    EXPECT_TRUE(std::isnan(scanner.getNext<float>()));
+    EXPECT_EQ(scanner.linePosition(), 53u);
+    EXPECT_EQ(scanner.getNext<unsigned char>(), 1);
     EXPECT_FALSE(scanner.hasNext());
 }
 

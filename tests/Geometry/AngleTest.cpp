@@ -83,6 +83,7 @@ TEST(AngleTest, IntTextReadsAFloatAndTruncates) {
         {"12.9", 12},       {"-12.9", -12},      {"16384", 16384}, {"1e3", 1000},          {"+7", 7},
         {"0.999", 0},       {"NaN", no_angle},   {"", no_angle},   {"abc", no_angle},      {"3e9", no_angle},
         {"-3e9", no_angle}, {"16384deg", 16384}, {" 1", no_angle}, {"16777217", 16777216}, // float has 24 bits
+        {"5000000000", no_angle}, // the integer part of a float is read in 32 bits
     };
     for (Case const & test : cases) {
         SCOPED_TRACE(test.text);

@@ -93,7 +93,9 @@ struct NumberReading {
     static double ReadDouble(char const * text) noexcept { return ReadFloating<unsigned long long>(text); }
 
     // The rules of ReadDouble, except that the integer part is read in 32 bits and gives NaN when
-    // it does not fit. The value is built in double and rounded to float once, at the end.
+    // it does not fit: unlike the unsigned int reader, whose weak wrap check lets "9999999999"
+    // through as 1410065407, the last possible digit is checked against the full 32-bit range.
+    // The value is built in double and rounded to float once, at the end.
     static float ReadFloat(char const * text) noexcept { return static_cast<float>(ReadFloating<unsigned int>(text)); }
 
     // ReadDouble and ReadFloat, moving `text` behind what was read: behind the exponent, the
@@ -102,6 +104,52 @@ struct NumberReading {
     static double ReadDoubleAt(char const *& text) noexcept { return ReadFloating<unsigned long long>(text, 0); }
     static float ReadFloatAt(char const *& text) noexcept {
         return static_cast<float>(ReadFloating<unsigned int>(text, 0));
+    }
+
+    // The integer of a delimited field: an optional sign ('-' only for signed types; a '+' may
+    // follow the first sign, as in ReadSigned) and all the digits that follow. A value outside
+    // the type's range, or none at all, gives Invalid (all bits set for unsigned types, the
+    // lowest value for signed ones). `text` moves behind every digit, also those of a value too
+    // large, and nowhere when no digit was found. Unlike ReadSigned and ReadUnsigned this has no
+    // digit limit and no wrap: "300" as unsigned char is Invalid, and "0001" reads as 1.
+    template <class T>
+    static T ReadBoundedAt(char const *& text) noexcept {
+        static_assert(std::is_integral_v<T> && !std::is_same_v<T, bool>);
+        constexpr T invalid = std::is_signed_v<T> ? std::numeric_limits<T>::lowest() : std::numeric_limits<T>::max();
+        if (text == nullptr) {
+            return invalid;
+        }
+        char const * digits = text;
+        bool negative = false;
+        if constexpr (std::is_signed_v<T>) {
+            negative = *digits == '-';
+            digits += negative || *digits == '+';
+        }
+        digits += *digits == '+';
+        if (DigitAt(digits) > 9) {
+            return invalid;
+        }
+        // Largest magnitude the type can take; anything above it is out of range.
+        constexpr unsigned long long positive_limit = static_cast<unsigned long long>(std::numeric_limits<T>::max());
+        constexpr unsigned long long negative_limit = positive_limit + (std::is_signed_v<T> ? 1 : 0);
+        unsigned long long const limit = negative ? negative_limit : positive_limit;
+        unsigned long long magnitude = 0;
+        bool too_large = false;
+        for (unsigned int digit = DigitAt(digits); digit <= 9; digit = DigitAt(++digits)) {
+            if (too_large || magnitude > (limit - digit) / 10) {
+                too_large = true;
+            } else {
+                magnitude = magnitude * 10 + digit;
+            }
+        }
+        text = digits;
+        if (too_large) {
+            return invalid;
+        }
+        if (negative) {
+            return static_cast<T>(0 - static_cast<std::make_unsigned_t<T>>(magnitude));
+        }
+        return static_cast<T>(magnitude);
     }
 
     // Keeps a product rounded on its own, so that a compiler allowed to contract does not fuse it
@@ -139,7 +187,9 @@ struct NumberReading {
     // The digit rule, from the first byte that must be a digit. Returns false for Invalid; on
     // success `text` points behind the last digit taken. Digits before the last possible one
     // cannot overflow, so the loop has a fixed bound and no checks, and unrolls completely.
-    template <class T>
+    // With `full_range_check` the last possible digit must keep the value within T; without it
+    // only a result below the value before it counts as a wrap, the stored rule of the readers.
+    template <class T, bool full_range_check = false>
     static bool ReadDigits(char const *& text, T & value) noexcept {
         using Work = std::conditional_t<(sizeof(T) <= sizeof(unsigned int)), unsigned int, unsigned long long>;
         constexpr unsigned int last = max_digits<T> - 1;
@@ -167,6 +217,12 @@ struct NumberReading {
         }
         T const before = static_cast<T>(work);
         T const after = static_cast<T>(work * 10 + digit);
+        if constexpr (full_range_check) {
+            static_assert(sizeof(T) < sizeof(unsigned long long), "the check widens to 64 bits");
+            if (static_cast<unsigned long long>(work) * 10 + digit > std::numeric_limits<T>::max()) {
+                return false;
+            }
+        }
         if (after < before || DigitAt(begin + last + 1) - 1 < 8) {
             return false;
         }
@@ -209,7 +265,8 @@ struct NumberReading {
         if (*text != '.') {
             Integer integer = 0;
             char const * const digits = text;
-            if (!ReadDigits(text, integer) || integer == std::numeric_limits<Integer>::max()) {
+            constexpr bool narrow = sizeof(Integer) < sizeof(unsigned long long);
+            if (!ReadDigits<Integer, narrow>(text, integer) || integer == std::numeric_limits<Integer>::max()) {
                 SkipDigitsAfter(end, digits);
                 return nan;
             }
