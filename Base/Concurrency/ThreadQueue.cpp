@@ -26,28 +26,38 @@ ThreadQueue::~ThreadQueue() {
 
 void ThreadQueue::add(std::function<void()> const & task) {
     // Appending and looking at the running flag under the list's lock closes the gap between a
-    // walk that found no more tasks and the end of its run: such a walk has stopped the thread
-    // under this lock, so the task starts a new one, and a running walk is sure to see it.
+    // walk's last look at the list and the end of its run: that look stops the thread under this
+    // lock, so a task appended after it starts a new thread, and one appended before it is walked.
     WLock const list(&tasks_);
     tasks_.add(task);
     start();
 }
 
-void ThreadQueue::run() {
-    is_processing.set(true);
-    for (unsigned int index = 0;; ++index) {
-        std::function<void()> task;
-        {
-            WLock const list(&tasks_);
-            if (index >= tasks_.size() || !is_running_.load(std::memory_order_relaxed)) {
-                requestStopThread();
-                break;
-            }
-            task = tasks_[index];
-        }
-        task();
+bool ThreadQueue::nextTask(unsigned int index, std::function<void()> & task) {
+    WLock const list(&tasks_);
+    if (index >= tasks_.size() || !is_running_.load(std::memory_order_relaxed)) {
+        return false;
     }
-    is_processing.set(false);
+    task = tasks_[index];
+    return true;
+}
+
+void ThreadQueue::run() {
+    unsigned int index = 0;
+    for (;;) {
+        is_processing.set(true);
+        for (std::function<void()> task; nextTask(index, task); ++index) {
+            task();
+        }
+        // The thread still runs while the listeners hear that it is idle, so a listener that
+        // adds a task only appends it; the look below takes it up.
+        is_processing.set(false);
+        WLock const list(&tasks_);
+        if (index >= tasks_.size() || !is_running_.load(std::memory_order_relaxed)) {
+            requestStopThread();
+            return;
+        }
+    }
 }
 
 } // namespace QELTA

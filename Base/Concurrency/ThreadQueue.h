@@ -3,7 +3,8 @@
 // add() appends a task and starts the thread unless it runs; a running walk reaches tasks added
 // meanwhile, also from inside a task. Tasks stay in the list: a thread started again after its
 // walk ended runs the whole list again from the first task, so owners that want a fresh list
-// build a fresh queue. is_processing tells its listeners when a walk starts and ends. All
+// build a fresh queue. is_processing tells its listeners when a walk starts and ends; a listener
+// may add tasks when it hears of the end, and the same thread takes them up. All
 // members are thread-safe; start failures raise as Thread::start does.
 #pragma once
 
@@ -31,6 +32,10 @@ class QELTA_BASE_EXPORT ThreadQueue : public Thread {
 
   private:
     using TaskList = Buffer<std::function<void()>, BufferAllocator<std::function<void()>, 64, 0, unsigned int, 0, 0>>;
+
+    // Copies the task at `index` under the list's lock; false at the end of the list or once a
+    // stop was asked for.
+    bool nextTask(unsigned int index, std::function<void()> & task);
 
     TaskList tasks_;
 };

@@ -228,6 +228,26 @@ TEST(ThreadQueueTest, WalkReachesTasksAddedFromATask) {
     EXPECT_EQ(processing, (std::vector<bool>{true, false, true, false}));
 }
 
+// A listener that queues more work when it hears that the queue is idle: the same walk takes the
+// task up, and nothing escapes the thread.
+TEST(ThreadQueueTest, ListenerMayAddWorkWhenTheQueueTurnsIdle) {
+    std::atomic<int> runs{0};
+    std::atomic<int> idle_calls{0};
+    {
+        ThreadQueue queue("Idle Queue");
+        queue.is_processing.addListener(new BasicResourceListener([&] {
+                                            if (!queue.is_processing.value() && idle_calls.fetch_add(1) == 0) {
+                                                queue.add([&] { ++runs; });
+                                            }
+                                        }),
+                                        true);
+        queue.add([&] { ++runs; });
+        ASSERT_TRUE(Eventually([&] { return runs.load() == 2 && idle_calls.load() == 2 && !queue.isRunning(); }));
+        queue.join();
+    }
+    EXPECT_EQ(runs.load(), 2);
+}
+
 TEST(ThreadFunctionsTest, SleepingAndConcurrentExecution) {
     auto const start = std::chrono::steady_clock::now();
     ThreadFunctions::RequestSleep(0ull);
