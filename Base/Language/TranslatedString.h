@@ -131,6 +131,12 @@ template <>
 struct DictionaryHash<TranslatedString> {
     // The UUID fold of the id; texts without id all hash to 0 and are told apart by ==.
     std::uint64_t operator()(TranslatedString const & key) const noexcept { return key.translationID().hash(); }
+    // The id and the English text, which equal texts share.
+    std::uint64_t secret(TranslatedString const & key) const noexcept {
+        StringView const english = key.englishDefine().view();
+        return DictionarySecretHash(english.data(), english.size(),
+                                    DictionarySecretHash(&key.translationID(), sizeof(UUID)));
+    }
 };
 
 // The text form of the class comment, written and read as it stands.

@@ -6,17 +6,22 @@
 // std::abort (so a core dump or crash handler keeps the stack of the failing call): at() of a
 // missing key ("Couldn't find key."), a rehash beyond 0xAAAAAAAAAAAAAAA buckets ("The map exceeds
 // its maximum bucket count.") and growth the table cannot take ("The hash table exceeds its
-// maximum size."): beyond 2^62 buckets, beyond the 16-bit probe distance, or beyond the heap.
+// maximum size."): beyond 2^62 buckets or beyond the heap. Keys chosen to collide (many keys with
+// one hash, as anyone can build for the fixed text hash) do not end the process: they overflow
+// into a side table with a secret per-process hash (see the class comment).
 #pragma once
 
 #include "Base/Export.h"
 #include "Base/Text/Buffer.h"
 
 #include <bit>
+#include <concepts>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <iterator>
+#include <memory>
 #include <new>
 #include <tuple>
 #include <type_traits>
@@ -24,10 +29,19 @@
 
 namespace QELTA {
 
+// A keyed hash of `size` bytes under a random key drawn once per process, continuing from
+// `chain` (the result for the bytes before these, or 0). Nobody outside the process can predict
+// it, so nobody can choose keys that collide under it.
+QELTA_BASE_EXPORT std::uint64_t DictionarySecretHash(void const * bytes, std::size_t size,
+                                                     std::uint64_t chain = 0) noexcept;
+
 // The hash of a Dictionary key: 64-bit FNV-1a over the bytes of the key in memory. This serves
 // plain keys (integers, enums, pointers, structs without padding). Other key types specialize
 // it beside their own declaration, e.g. `template <> struct DictionaryHash<String>`, with a
-// const `std::uint64_t operator()(Key const &)`; equal keys must hash equal.
+// const `std::uint64_t operator()(Key const &)`; equal keys must hash equal. A specialization
+// should also offer `std::uint64_t secret(Key const &) const`: DictionarySecretHash over the
+// same contents that decide equality. Without it, keys chosen to share one hash can still
+// exhaust the table.
 template <class K>
 struct DictionaryHash {
     static_assert(std::has_unique_object_representations_v<K>,
@@ -36,6 +50,8 @@ struct DictionaryHash {
     std::uint64_t operator()(K const & key) const noexcept {
         return HashBytes(key, std::make_index_sequence<sizeof(K)>());
     }
+
+    std::uint64_t secret(K const & key) const noexcept { return DictionarySecretHash(&key, sizeof(K)); }
 
   private:
     static constexpr std::uint64_t offset_basis = 0xCBF29CE484222325ULL;
@@ -51,6 +67,17 @@ struct DictionaryHash {
     }
 };
 
+// The hash of the side table of a Dictionary whose hash is `Hash`: the secret form of `Hash`.
+template <class Hash>
+struct DictionarySideHash {
+    template <class K>
+    std::uint64_t operator()(K const & key) const noexcept {
+        return hash.secret(key);
+    }
+
+    [[no_unique_address]] Hash hash;
+};
+
 // The three process-ending failures of Dictionary. Each writes its message and a line end to
 // standard error, flushes it and calls std::abort.
 class QELTA_BASE_EXPORT DictionaryFailure {
@@ -59,7 +86,8 @@ class QELTA_BASE_EXPORT DictionaryFailure {
 
     // "Couldn't find key."
     [[noreturn]] [[gnu::cold]] static void MissingKey() noexcept;
-    // "The hash table exceeds its maximum size." (also beyond the 16-bit distance or the heap)
+    // "The hash table exceeds its maximum size." (also beyond the heap, or beyond the 16-bit
+    // distance under a hash without a secret form)
     [[noreturn]] [[gnu::cold]] static void TableTooLarge() noexcept;
     // "The map exceeds its maximum bucket count."
     [[noreturn]] [[gnu::cold]] static void TooManyBuckets() noexcept;
@@ -133,6 +161,40 @@ struct std::tuple_element<I, QELTA::DictionaryEntry<K, V>> {
 
 namespace QELTA {
 
+namespace Internal {
+
+// One bucket of a Dictionary: the low 32 bits of its key's hash, its distance from the bucket
+// that hash names (-1: empty), the end mark, and the entry while the bucket is live.
+template <class K, class V>
+struct DictionaryBucket {
+    std::uint32_t truncated_hash;
+    std::int16_t distance;
+    std::uint8_t last_bucket;
+    union {
+        char none; // the active member while empty, so that the shared empty bucket is a constant
+        DictionaryEntry<K, V> entry;
+    };
+
+    constexpr DictionaryBucket() noexcept : truncated_hash(0), distance(-1), last_bucket(0), none(0) {}
+    constexpr explicit DictionaryBucket(std::uint8_t last) noexcept
+        : truncated_hash(0), distance(-1), last_bucket(last), none(0) {}
+    // The Dictionary destroys the entries of live buckets; an empty bucket holds nothing.
+    ~DictionaryBucket() {}
+};
+
+// True when Hash has a secret form for K, so that colliding keys can overflow into a side table.
+template <class Hash, class K>
+concept HasSecretHash = requires(Hash const & hash, K const & key) {
+    { hash.secret(key) } -> std::convertible_to<std::uint64_t>;
+};
+
+template <class Hash>
+inline constexpr bool is_side_hash = false;
+template <class Hash>
+inline constexpr bool is_side_hash<DictionarySideHash<Hash>> = true;
+
+} // namespace Internal
+
 // Hash map with open addressing and robin-hood displacement over 2^n buckets.
 //
 // Each bucket holds the low 32 bits of its key's hash, its distance from the bucket that hash
@@ -146,37 +208,37 @@ namespace QELTA {
 // 4096 buckets or further. It shrinks only when minLoadFactor (default 0: never) is set, and only
 // on the insertion after an erasure. A table that never held a key owns no memory.
 //
-// Iteration runs in bucket order, which changes with growth. Iteration yields DictionaryEntry:
-// `for (auto & [key, value] : dictionary)` or `it->key()`, `it->value()`. Insertion and erasure
-// invalidate all iterators and references; erase(iterator) returns where a walk goes on.
+// Keys chosen to collide: growth cannot part keys that share their stored 32 bits of hash, and
+// anyone can make millions of texts with one text hash. So when a new key meets 16 keys of its
+// own stored hash on its way, or an entry would land 8192 buckets or more from its home, it goes
+// into a side table (a Dictionary hashed by the secret form of Hash) instead, and a
+// displacement no longer makes a table grow that is less than one eighth full. Keys that did
+// not collide on purpose never get there: for them every hash, distance and growth step stays as
+// described above. A Hash without a secret form has no side table, and a distance beyond 16
+// bits ends the process as "maximum size".
 //
-// Moving a key or a value must not throw. Distances are 16 bits: an insertion that would place
-// an entry 32768 or more buckets from its home ends the process like growth beyond the maximum
-// size; only a hash that sends tens of thousands of keys to one stretch of buckets gets there.
+// Iteration runs in bucket order, which changes with growth, then through the side table.
+// Iteration yields DictionaryEntry: `for (auto & [key, value] : dictionary)` or `it->key()`,
+// `it->value()`. Insertion and erasure invalidate all iterators and references;
+// erase(iterator) returns where a walk goes on.
+//
+// Moving a key or a value must not throw.
 template <class K, class V, class Hash = DictionaryHash<K>>
 class Dictionary {
     using Entry = DictionaryEntry<K, V>;
-
-    struct Bucket {
-        std::uint32_t truncated_hash;
-        std::int16_t distance;
-        std::uint8_t last_bucket;
-        union {
-            char none; // the active member while empty, so that the shared empty bucket is a constant
-            Entry entry;
-        };
-
-        constexpr Bucket() noexcept : truncated_hash(0), distance(-1), last_bucket(0), none(0) {}
-        constexpr explicit Bucket(std::uint8_t last) noexcept
-            : truncated_hash(0), distance(-1), last_bucket(last), none(0) {}
-        // The Dictionary destroys the entries of live buckets; an empty bucket holds nothing.
-        ~Bucket() {}
-    };
+    using Bucket = Internal::DictionaryBucket<K, V>;
 
     static_assert(alignof(Bucket) <= 64, "a bucket is at most 64-byte aligned");
 
     // Buckets are made and destroyed through their own (empty-marking) constructor, hence not primitive.
     using BucketStorage = Buffer<Bucket, BufferAllocator<Bucket, buffer_alignment_for<Bucket>, 0, unsigned long long>>;
+
+    static constexpr bool has_side_table = Internal::HasSecretHash<Hash, K> && !Internal::is_side_hash<Hash>;
+    struct NoSideTable {};
+    using SideTable = std::conditional_t<has_side_table, Dictionary<K, V, DictionarySideHash<Hash>>, NoSideTable>;
+
+    template <class, class, class>
+    friend class Dictionary;
 
   public:
     using key_type = K;
@@ -197,34 +259,52 @@ class Dictionary {
 
         // A mutable iterator converts to a const one.
         template <bool OtherConst, class = std::enable_if_t<Const && !OtherConst>>
-        Iterator(Iterator<OtherConst> const & other) noexcept : bucket_(other.bucket_) {}
+        Iterator(Iterator<OtherConst> const & other) noexcept
+            : bucket_(other.bucket_), main_end_(other.main_end_), side_(other.side_) {}
 
         reference operator*() const noexcept { return bucket_->entry; }
         pointer operator->() const noexcept { return &bucket_->entry; }
 
         Iterator & operator++() noexcept {
             bucket_ = NextLive(bucket_);
+            enterSideTableAtMainEnd();
             return *this;
         }
 
         Iterator operator++(int) noexcept {
             Iterator const before = *this;
-            bucket_ = NextLive(bucket_);
+            ++*this;
             return before;
         }
 
         friend bool operator==(Iterator const & a, Iterator const & b) noexcept { return a.bucket_ == b.bucket_; }
 
       private:
+        template <class, class, class>
         friend class Dictionary;
         template <bool>
         friend class Iterator;
 
         using BucketPointer = std::conditional_t<Const, Bucket const *, Bucket *>;
 
-        explicit Iterator(BucketPointer bucket) noexcept : bucket_(bucket) {}
+        // A walk that reaches `main_end` goes on at the first live bucket from `side` on; both are
+        // null for a position in the side table, or when there is none.
+        Iterator(BucketPointer bucket, BucketPointer main_end, BucketPointer side) noexcept
+            : bucket_(bucket), main_end_(main_end), side_(side) {
+            enterSideTableAtMainEnd();
+        }
+
+        void enterSideTableAtMainEnd() noexcept {
+            if (side_ != nullptr && bucket_ == main_end_) [[unlikely]] {
+                bucket_ = side_->distance >= 0 ? side_ : NextLive(side_);
+                main_end_ = nullptr;
+                side_ = nullptr;
+            }
+        }
 
         BucketPointer bucket_ = nullptr;
+        BucketPointer main_end_ = nullptr;
+        BucketPointer side_ = nullptr;
     };
 
     using iterator = Iterator<false>;
@@ -251,7 +331,8 @@ class Dictionary {
           bucket_count_(other.bucket_count_), element_count_(other.element_count_),
           load_threshold_(other.load_threshold_), min_load_factor_(other.min_load_factor_),
           max_load_factor_(other.max_load_factor_), grow_on_next_insert_(other.grow_on_next_insert_),
-          try_shrink_on_next_insert_(other.try_shrink_on_next_insert_), hash_(other.hash_) {
+          try_shrink_on_next_insert_(other.try_shrink_on_next_insert_), hash_(other.hash_),
+          side_(std::move(other.side_)) {
         other.forgetTable();
     }
 
@@ -286,33 +367,31 @@ class Dictionary {
         swap(grow_on_next_insert_, other.grow_on_next_insert_);
         swap(try_shrink_on_next_insert_, other.try_shrink_on_next_insert_);
         swap(hash_, other.hash_);
+        swap(side_, other.side_);
     }
 
-    size_type size() const noexcept { return element_count_; }
-    bool isEmpty() const noexcept { return element_count_ == 0; }
-    // 0 or a power of two.
+    size_type size() const noexcept { return element_count_ + sideCount(); }
+    bool isEmpty() const noexcept { return size() == 0; }
+    // 0 or a power of two; the buckets of the main table.
     size_type bucketCount() const noexcept { return bucket_count_; }
 
-    iterator begin() noexcept { return iterator(firstLive()); }
-    iterator end() noexcept { return iterator(buckets_ + bucket_count_); }
-    const_iterator begin() const noexcept { return const_iterator(firstLive()); }
-    const_iterator end() const noexcept { return const_iterator(buckets_ + bucket_count_); }
+    iterator begin() noexcept { return iteratorAt(firstLive()); }
+    iterator end() noexcept { return iterator(endBucket(), nullptr, nullptr); }
+    const_iterator begin() const noexcept { return const_cast<Dictionary *>(this)->begin(); }
+    const_iterator end() const noexcept { return const_cast<Dictionary *>(this)->end(); }
 
     iterator find(K const & key) {
-        Bucket * const bucket = findBucket(key);
-        return bucket != nullptr ? iterator(bucket) : end();
+        Bucket * const bucket = findAnywhere(key);
+        return bucket != nullptr ? iteratorAt(bucket) : end();
     }
 
-    const_iterator find(K const & key) const {
-        Bucket const * const bucket = findBucket(key);
-        return bucket != nullptr ? const_iterator(bucket) : end();
-    }
+    const_iterator find(K const & key) const { return const_cast<Dictionary *>(this)->find(key); }
 
-    bool contains(K const & key) const { return findBucket(key) != nullptr; }
+    bool contains(K const & key) const { return findAnywhere(key) != nullptr; }
 
     // The value of a key that must be present; a missing key ends the process ("Couldn't find key.").
     V & at(K const & key) {
-        Bucket * const bucket = findBucket(key);
+        Bucket * const bucket = findAnywhere(key);
         if (bucket == nullptr) [[unlikely]] {
             DictionaryFailure::MissingKey();
         }
@@ -350,15 +429,18 @@ class Dictionary {
 
     // Removes the key; returns 1 if it was present, else 0.
     size_type erase(K const & key) {
-        if (element_count_ == 0) {
-            return 0; // also tells the compiler that the shared empty bucket is never shifted
+        if (element_count_ != 0) { // also tells the compiler that the shared empty bucket is never shifted
+            if (Bucket * const bucket = findBucket(key, static_cast<std::uint64_t>(hash_(key)))) {
+                eraseBucket(bucket);
+                return 1;
+            }
         }
-        Bucket * const bucket = findBucket(key);
-        if (bucket == nullptr) {
-            return 0;
+        if constexpr (has_side_table) {
+            if (side_ != nullptr) {
+                return side_->erase(key);
+            }
         }
-        eraseBucket(bucket);
-        return 1;
+        return 0;
     }
 
     // Removes the entry at `position` and returns where a walk in bucket order goes on. The
@@ -367,11 +449,17 @@ class Dictionary {
     // walk must not count on meeting each entry only once.
     iterator erase(const_iterator position) noexcept {
         Bucket * const bucket = const_cast<Bucket *>(position.bucket_);
+        if constexpr (has_side_table) {
+            if (!inMainTable(bucket)) {
+                side_->eraseBucket(bucket);
+                return iterator(bucket->distance >= 0 ? bucket : NextLive(bucket), nullptr, nullptr);
+            }
+        }
         eraseBucket(bucket);
-        return iterator(bucket->distance >= 0 ? bucket : NextLive(bucket));
+        return iteratorAt(bucket->distance >= 0 ? bucket : NextLive(bucket));
     }
 
-    // Destroys all entries and keeps the buckets.
+    // Destroys all entries and keeps the buckets of the main table.
     void clear() noexcept {
         if (element_count_ != 0) {
             for (size_type i = 0; i < bucket_count_; ++i) {
@@ -385,6 +473,7 @@ class Dictionary {
             try_shrink_on_next_insert_ = true;
         }
         grow_on_next_insert_ = false;
+        side_.reset();
     }
 
     // Makes room for `count` entries without growth.
@@ -403,20 +492,31 @@ class Dictionary {
         rehashTo(buckets);
     }
 
-    // The probe distance of the key's bucket, or -1 when the key is absent.
+    // The probe distance of the key's bucket, or -1 when the key is absent from the main table.
     int probeDistanceForTesting(K const & key) const {
-        Bucket const * const bucket = findBucket(key);
+        Bucket const * const bucket = findBucket(key, static_cast<std::uint64_t>(hash_(key)));
         return bucket != nullptr ? bucket->distance : -1;
     }
+
+    // The entries kept in the side table.
+    size_type sideTableSizeForTesting() const noexcept { return sideCount(); }
 
   private:
     static constexpr size_type max_table_size = 0x4000000000000000ULL;
     static constexpr size_type max_bucket_count = 0xAAAAAAAAAAAAAAAULL;
     // A carried entry that is swapped in this far from its home makes the next insertion grow the table.
     static constexpr int long_displacement = 4096;
-    // The largest distance a bucket can record. A hash that piles more keys onto one stretch of
-    // the table ends the process as "maximum size" rather than wrap the distance and corrupt it.
+    // The largest distance a bucket can record. A hash without a secret form that piles more keys
+    // onto one stretch of the table ends the process as "maximum size" rather than wrap the
+    // distance and corrupt it.
     static constexpr int max_distance = 32767;
+    // With a side table, entries go there rather than this far from home, and a key goes there
+    // rather than join this many keys of its own stored hash.
+    static constexpr int side_table_distance = 8192;
+    static constexpr int side_table_same_hash = 16;
+    // A displacement makes a table grow only while it is at least this full (a fraction 1/n):
+    // no ordinary key is carried 4096 buckets in a sparser table, only keys chosen to collide.
+    static constexpr size_type displacement_growth_sparsest = 8;
     // Keys that are cheap to compare are compared directly; for the others the stored hash goes first.
     static constexpr bool compares_hash_first = !(std::is_trivially_copyable_v<K> && sizeof(K) <= 8);
 
@@ -441,8 +541,46 @@ class Dictionary {
         }
     }
 
-    Bucket * findBucket(K const & key) const {
-        std::uint64_t const hash = static_cast<std::uint64_t>(hash_(key));
+    size_type sideCount() const noexcept {
+        if constexpr (has_side_table) {
+            return side_ != nullptr ? side_->size() : 0;
+        } else {
+            return 0;
+        }
+    }
+
+    // Where a walk ends: behind the last bucket of the side table once there is one, which keeps
+    // its buckets until clear(), else behind the main table.
+    Bucket * endBucket() const noexcept {
+        if constexpr (has_side_table) {
+            if (side_ != nullptr) [[unlikely]] {
+                return side_->buckets_ + side_->bucket_count_;
+            }
+        }
+        return buckets_ + bucket_count_;
+    }
+
+    // The iterator on a bucket of either table (or on the end of the main table, from where a
+    // walk goes on into the side table).
+    iterator iteratorAt(Bucket * bucket) noexcept {
+        if constexpr (has_side_table) {
+            if (side_ != nullptr) [[unlikely]] {
+                if (!inMainTable(bucket) && bucket != buckets_ + bucket_count_) {
+                    return iterator(bucket, nullptr, nullptr);
+                }
+                return iterator(bucket, buckets_ + bucket_count_, side_->buckets_);
+            }
+        }
+        return iterator(bucket, nullptr, nullptr);
+    }
+
+    bool inMainTable(Bucket const * bucket) const noexcept {
+        std::less<Bucket const *> const before;
+        return !before(bucket, buckets_) && before(bucket, buckets_ + bucket_count_);
+    }
+
+    // The bucket of the key in the main table, or null.
+    Bucket * findBucket(K const & key, std::uint64_t hash) const {
         std::uint64_t const mask = mask_;
         Bucket * const buckets = buckets_;
         std::uint64_t index = hash & mask;
@@ -453,6 +591,21 @@ class Dictionary {
             index = (index + 1) & mask;
         }
         return nullptr;
+    }
+
+    Bucket * findInSideTable(K const & key) const {
+        if constexpr (has_side_table) {
+            if (side_ != nullptr) [[unlikely]] {
+                return side_->findBucket(key, static_cast<std::uint64_t>(side_->hash_(key)));
+            }
+        }
+        (void)key;
+        return nullptr;
+    }
+
+    Bucket * findAnywhere(K const & key) const {
+        Bucket * const bucket = findBucket(key, static_cast<std::uint64_t>(hash_(key)));
+        return bucket != nullptr ? bucket : findInSideTable(key);
     }
 
     template <class B>
@@ -473,21 +626,49 @@ class Dictionary {
         return buckets_->distance >= 0 ? buckets_ : NextLive(buckets_);
     }
 
+    SideTable & sideTable() {
+        if (side_ == nullptr) {
+            side_ = std::make_unique<SideTable>(min_load_factor_, max_load_factor_);
+        }
+        return *side_;
+    }
+
     template <class KeyArg, class... ValueArgs>
     std::pair<iterator, bool> emplaceNew(KeyArg && key, ValueArgs &&... value) {
         std::uint64_t const hash = static_cast<std::uint64_t>(hash_(key));
+        std::uint32_t const stored_hash = static_cast<std::uint32_t>(hash);
         std::uint64_t index = hash & mask_;
         int distance = 0;
+        int same_hash = 0;
         while (distance <= buckets_[index].distance) {
             if (Matches(buckets_[index], key, hash)) {
-                return {iterator(&buckets_[index]), false};
+                return {iteratorAt(&buckets_[index]), false};
             }
+            same_hash += buckets_[index].truncated_hash == stored_hash;
             ++distance;
             index = (index + 1) & mask_;
         }
+        if constexpr (has_side_table) {
+            if (side_ != nullptr) [[unlikely]] {
+                if (Bucket * const bucket = findInSideTable(key)) {
+                    return {iteratorAt(bucket), false};
+                }
+            }
+            if (same_hash >= side_table_same_hash || distance >= side_table_distance) [[unlikely]] {
+                Bucket * const bucket =
+                    sideTable().emplaceNew(std::forward<KeyArg>(key), std::forward<ValueArgs>(value)...).first.bucket_;
+                return {iteratorAt(bucket), true};
+            }
+        } else {
+            (void)same_hash;
+        }
 
         size_type rehash_to = 0;
-        bool const growing = grow_on_next_insert_ || element_count_ >= load_threshold_;
+        bool growing = element_count_ >= load_threshold_;
+        if (grow_on_next_insert_ && !growing) {
+            grow_on_next_insert_ = false;
+            growing = !has_side_table || element_count_ * displacement_growth_sparsest >= bucket_count_;
+        }
         if (growing) {
             if (mask_ + 1 > max_table_size) {
                 DictionaryFailure::TableTooLarge();
@@ -518,8 +699,7 @@ class Dictionary {
             std::tie(index, distance) = freeSlot(hash);
             placed = placeEntry(index, distance, hash, std::move(fresh));
         }
-        ++element_count_;
-        return {iterator(placed), true};
+        return {iteratorAt(placed), true};
     }
 
     // Where the robin-hood walk of an absent key with this hash stops: the index and the probe distance.
@@ -533,18 +713,45 @@ class Dictionary {
         return {index, distance};
     }
 
+    // True when an entry must not be kept `distance` buckets from its home.
+    static bool TooFar(int distance) noexcept {
+        if constexpr (has_side_table) {
+            return distance >= side_table_distance;
+        } else {
+            if (distance > max_distance) [[unlikely]] {
+                DictionaryFailure::TableTooLarge();
+            }
+            return false;
+        }
+    }
+
+    // Moves an entry that may not stay in the main table into the side table.
+    Bucket * moveToSideTable(std::uint32_t stored_hash, Entry && entry) {
+        if constexpr (has_side_table) {
+            (void)stored_hash;
+            return sideTable().emplaceNew(std::move(entry.key_), std::move(entry.value_)).first.bucket_;
+        } else {
+            (void)stored_hash;
+            (void)entry;
+            return nullptr;
+        }
+    }
+
     // Stores a new entry at the end of its probe walk (`index`, `distance`), displacing residents
-    // that are closer to home, and returns the bucket where the new entry itself landed.
+    // that are closer to home, and returns the bucket where the new entry itself landed. Counts
+    // the entry that ends up in an empty bucket of the main table; one that would land too far
+    // from home goes into the side table instead.
     template <class... Args>
     Bucket * placeEntry(std::uint64_t index, int distance, std::uint64_t hash, Args &&... args) {
-        if (distance > max_distance) [[unlikely]] {
-            DictionaryFailure::TableTooLarge();
+        if (TooFar(distance)) [[unlikely]] {
+            return moveToSideTable(static_cast<std::uint32_t>(hash), Entry(std::forward<Args>(args)...));
         }
         Bucket * bucket = buckets_ + index;
         if (bucket->distance < 0) {
             ::new (static_cast<void *>(&bucket->entry)) Entry(std::forward<Args>(args)...);
             bucket->truncated_hash = static_cast<std::uint32_t>(hash);
             bucket->distance = static_cast<std::int16_t>(distance);
+            ++element_count_;
             return bucket;
         }
         Entry carried(std::forward<Args>(args)...);
@@ -563,14 +770,16 @@ class Dictionary {
             distance = resident_distance;
             do {
                 index = (index + 1) & mask_;
-                if (++distance > max_distance) [[unlikely]] {
-                    DictionaryFailure::TableTooLarge();
+                if (TooFar(++distance)) [[unlikely]] {
+                    moveToSideTable(carried_hash, std::move(carried));
+                    return placed;
                 }
                 bucket = buckets_ + index;
                 if (bucket->distance < 0) {
                     ::new (static_cast<void *>(&bucket->entry)) Entry(std::move(carried));
                     bucket->truncated_hash = carried_hash;
                     bucket->distance = static_cast<std::int16_t>(distance);
+                    ++element_count_;
                     return placed;
                 }
             } while (distance <= bucket->distance);
@@ -610,7 +819,8 @@ class Dictionary {
         return storage;
     }
 
-    // Moves every entry into a new table of at least `wanted` buckets (rounded up to a power of two).
+    // Moves every entry of the main table into a new table of at least `wanted` buckets (rounded
+    // up to a power of two).
     void rehashTo(size_type wanted) {
         if (wanted > max_bucket_count || std::bit_ceil(wanted) > max_bucket_count) {
             DictionaryFailure::TooManyBuckets();
@@ -627,6 +837,7 @@ class Dictionary {
         load_threshold_ = loadThresholdFor(count);
         grow_on_next_insert_ = false;
         try_shrink_on_next_insert_ = false;
+        element_count_ = 0;
 
         // The stored 32 bits place an entry while they cover the mask; wider tables hash again.
         bool const stored_hash_suffices = mask_ <= 0xFFFFFFFFULL;
@@ -645,6 +856,11 @@ class Dictionary {
 
     void copyEntriesFrom(Dictionary const & other) {
         hash_ = other.hash_;
+        if constexpr (has_side_table) {
+            if (other.side_ != nullptr) {
+                side_ = std::make_unique<SideTable>(*other.side_);
+            }
+        }
         if (other.element_count_ == 0) {
             return;
         }
@@ -687,19 +903,22 @@ class Dictionary {
         load_threshold_ = 0;
         grow_on_next_insert_ = false;
         try_shrink_on_next_insert_ = false;
+        side_.reset();
     }
 
     std::uint64_t mask_;
     BucketStorage bucket_storage_;
     Bucket * buckets_;
     std::uint64_t bucket_count_;
-    std::uint64_t element_count_;
+    std::uint64_t element_count_; // entries of the main table
     std::uint64_t load_threshold_;
     float min_load_factor_;
     float max_load_factor_;
     bool grow_on_next_insert_;
     bool try_shrink_on_next_insert_;
     [[no_unique_address]] Hash hash_;
+    // Keys chosen to collide; null until the first of them comes.
+    std::unique_ptr<SideTable> side_;
 };
 
 } // namespace QELTA

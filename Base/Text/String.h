@@ -204,6 +204,7 @@ static_assert(std::is_same_v<StringBuffer, Buffer<String>>, "StringBuffer is the
 template <>
 struct DictionaryHash<String> {
     std::uint64_t operator()(String const & key) const noexcept { return key.hash(); }
+    std::uint64_t secret(String const & key) const noexcept { return DictionarySecretHash(key.data(), key.size()); }
 };
 
 } // namespace QELTA

@@ -213,6 +213,7 @@ static_assert(std::is_same_v<StringViewBuffer, Buffer<StringView>>, "StringViewB
 template <>
 struct DictionaryHash<StringView> {
     std::uint64_t operator()(StringView const & key) const noexcept { return key.hash(); }
+    std::uint64_t secret(StringView const & key) const noexcept { return DictionarySecretHash(key.data(), key.size()); }
 };
 
 } // namespace QELTA

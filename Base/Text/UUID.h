@@ -91,6 +91,7 @@ static_assert(std::is_trivially_copyable_v<UUID> && std::is_standard_layout_v<UU
 template <>
 struct DictionaryHash<UUID> {
     std::uint64_t operator()(UUID const & key) const noexcept { return key.hash(); }
+    std::uint64_t secret(UUID const & key) const noexcept { return DictionarySecretHash(&key, sizeof(UUID)); }
 };
 
 // Text form: 36 characters, lower-case hexadecimal in byte order (byte 0 first, no swapping),

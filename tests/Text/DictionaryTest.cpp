@@ -1,10 +1,12 @@
 // Tests of Dictionary: agreement with std::unordered_map, growth, probe layout and failure.
 #include "Base/Text/Dictionary.h"
+#include "Base/Text/String.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <iterator>
 #include <random>
@@ -24,6 +26,12 @@ struct IdentityHash {
 // Sends all keys to the last 37 buckets, so that clusters run long and wrap around the table end.
 struct FewHomesHash {
     std::uint64_t operator()(std::uint64_t key) const noexcept { return ~(key % 37); }
+};
+
+// Three hashes for all keys, as keys chosen to collide would have; the secret form parts them.
+struct ThreeHashes {
+    std::uint64_t operator()(std::uint64_t key) const noexcept { return key % 3; }
+    std::uint64_t secret(std::uint64_t key) const noexcept { return DictionarySecretHash(&key, sizeof(key)); }
 };
 
 struct StdStringHash {
@@ -118,6 +126,7 @@ TEST(DictionaryTest, AgreesWithUnorderedMapUnderRandomOperations) {
         {"shrinking table", &RunAgainstUnorderedMap<std::uint64_t, Fnv>, 0.15f, 0.5f, 1 << 14, 100000},
         {"few homes, wrapping clusters", &RunAgainstUnorderedMap<std::uint64_t, FewHomesHash>, 0.0f, 0.5f, 600, 60000},
         {"heap-allocated string keys", &RunAgainstUnorderedMap<std::string, StdStringHash>, 0.1f, 0.5f, 1 << 12, 60000},
+        {"colliding keys in the side table", &RunAgainstUnorderedMap<std::uint64_t, ThreeHashes>, 0.1f, 0.5f, 4000, 60000},
     };
     for (Row const & row : rows) {
         SCOPED_TRACE(row.name);
@@ -247,6 +256,75 @@ TEST(DictionaryTest, InsertsAValueReadFromItselfWhileGrowing) {
     }
     for (auto const & [key, value] : dictionary) {
         ASSERT_EQ(value, std::string(100, 'v')) << key;
+    }
+}
+
+// Texts of 20 two-byte blocks, each "aA" or "b ": the blocks add the same to the text hash
+// (97 * 33 + 65 == 98 * 33 + 32), so all 2^20 such texts share one hash.
+String CollidingText(std::uint32_t bits) {
+    char text[41];
+    for (int block = 0; block < 20; ++block) {
+        std::memcpy(text + 2 * block, (bits >> block) & 1 ? "b " : "aA", 2);
+    }
+    return String(text, 40);
+}
+
+TEST(DictionaryTest, MillionKeysOfOneHashKeepWorking) {
+    constexpr std::uint32_t count = 1u << 20;
+    ASSERT_EQ(CollidingText(0).hash(), CollidingText(count - 1).hash());
+    Dictionary<String, std::uint32_t> dictionary;
+    for (std::uint32_t bits = 0; bits < count; ++bits) {
+        ASSERT_TRUE(dictionary.insert(CollidingText(bits), bits).second);
+    }
+    EXPECT_EQ(dictionary.size(), count);
+    EXPECT_GT(dictionary.sideTableSizeForTesting(), count - 100);
+    EXPECT_LT(dictionary.bucketCount(), 64u); // the main table holds only the first few
+    std::uint64_t sum = 0;
+    for (auto const & [key, value] : dictionary) {
+        sum += value;
+    }
+    EXPECT_EQ(sum, std::uint64_t{count} * (count - 1) / 2);
+    for (std::uint32_t bits = 0; bits < count; bits += 2) {
+        ASSERT_EQ(dictionary.erase(CollidingText(bits)), 1u);
+    }
+    for (std::uint32_t bits = 0; bits < count; ++bits) {
+        auto const found = dictionary.find(CollidingText(bits));
+        ASSERT_EQ(found != dictionary.end(), bits % 2 == 1);
+        ASSERT_TRUE(found == dictionary.end() || found->value() == bits);
+    }
+    EXPECT_EQ(dictionary.size(), count / 2);
+}
+
+// Keys that never collided on purpose never reach the side table.
+TEST(DictionaryTest, OrdinaryKeysStayInTheMainTable) {
+    Dictionary<String, int> texts;
+    Dictionary<std::uint64_t, int> numbers(0.0f, 0.95f);
+    std::mt19937_64 random(7);
+    for (int n = 0; n < 300000; ++n) {
+        texts.insert(String(("key " + std::to_string(n)).c_str()), n);
+        numbers.insert(random(), n);
+    }
+    EXPECT_EQ(texts.sideTableSizeForTesting(), 0u);
+    EXPECT_EQ(numbers.sideTableSizeForTesting(), 0u);
+}
+
+// Distinct stored hashes that share one home: entries would lie 8192 buckets from home or more,
+// and go into the side table instead; the table does not grow for them.
+TEST(DictionaryTest, EntriesFarFromHomeGoToTheSideTable) {
+    struct OneHomeInTheLowBits {
+        std::uint64_t operator()(std::uint64_t key) const noexcept { return key << 16; }
+        std::uint64_t secret(std::uint64_t key) const noexcept { return DictionarySecretHash(&key, sizeof(key)); }
+    };
+    Dictionary<std::uint64_t, std::uint64_t, OneHomeInTheLowBits> dictionary;
+    dictionary.reserve(20000);
+    for (std::uint64_t key = 0; key < 20000; ++key) {
+        dictionary.insert(key, key);
+    }
+    EXPECT_EQ(dictionary.bucketCount(), 65536u);
+    EXPECT_EQ(dictionary.sideTableSizeForTesting(), 20000u - 8192u);
+    for (std::uint64_t key = 0; key < 20000; ++key) {
+        ASSERT_EQ(dictionary.at(key), key);
+        ASSERT_LT(dictionary.probeDistanceForTesting(key), 8192);
     }
 }
 
