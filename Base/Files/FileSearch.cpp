@@ -7,7 +7,6 @@
 #include "Base/Language/Internal/Translatable.h"
 
 #include <compare>
-#include <cstring>
 #include <utility>
 
 namespace QELTA {
@@ -15,14 +14,13 @@ namespace {
 
 constexpr char not_a_folder_text[] = "Tried to get children from non-directory file";
 
-// Byte order, the shorter text first when one begins with the other.
+// The library's text order (bytes as signed char, the shorter text first when one begins with
+// the other), as three-way result.
 std::strong_ordering CompareBytes(StringView const & a, StringView const & b) noexcept {
-    unsigned int const common = a.size() < b.size() ? a.size() : b.size();
-    int const bytes = common == 0 ? 0 : std::memcmp(a.data(), b.data(), common);
-    if (bytes != 0) {
-        return bytes < 0 ? std::strong_ordering::less : std::strong_ordering::greater;
+    if (a < b) {
+        return std::strong_ordering::less;
     }
-    return a.size() <=> b.size();
+    return b < a ? std::strong_ordering::greater : std::strong_ordering::equal;
 }
 
 bool MatchesAny(File const & file, Buffer<StringView> const & patterns) {
@@ -92,9 +90,8 @@ FileBuffer File::getChildren() const {
         if (entry.attributes.directory) {
             path.append('\\');
         }
-        if (path.size() > max_path_size) {
-            continue; // a File can't name it, and one such entry must not hide the others
-        }
+        // A path too long for a File raises here, as it would anywhere: an entry never vanishes
+        // from a listing, a search or an archive of the folder without a word.
         // Filled before it is added: a failed growth of the list leaves no element to fill.
         File child(std::move(path));
         child.updateCache(Internal::CachedDataOf(entry.attributes));

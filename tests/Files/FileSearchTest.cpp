@@ -202,6 +202,24 @@ TEST_F(FileSearchTest, SearchRootsAreTakenInOrderAndMayBeMissingOrFiles) {
     EXPECT_EQ(Relative(search.performSearch()), (Names{"sub/deeper/f.CSV"}));
 }
 
+// An entry whose path no File can hold raises out of every listing instead of vanishing from it;
+// one byte shorter lists as usual.
+TEST_F(FileSearchTest, EntryTooLongForAPathRaisesInsteadOfVanishing) {
+    std::string const folder = "long/" + std::string(200, 'd') + "/";
+    std::filesystem::create_directories(SystemPath(folder));
+    File const parent = Path(folder);
+    std::size_t const longest = File::max_path_size - parent.view().size();
+    WriteAll(SystemPath(folder + std::string(longest, 'f')), "x");
+    ASSERT_EQ(parent.getChildren().size(), 1u);
+    EXPECT_EQ(parent.getChildren()[0].view().size(), File::max_path_size);
+    WriteAll(SystemPath(folder + std::string(longest + 1, 'g')), "x");
+    EXPECT_THROW(parent.getChildren(), FileException);
+    EXPECT_THROW(Path("long/").getChildrenMatching("*", true, 100), FileException);
+    FileSearch search;
+    search.roots.add(Path("long/"));
+    EXPECT_THROW(search.performSearch(), FileException);
+}
+
 // A File with a hand-made cache record, so that the time orders need no disk.
 File WithCache(char const * path, unsigned char flags, unsigned long long accessed, unsigned long long created) {
     File file(path);
@@ -228,8 +246,10 @@ TEST(FileSortTest, TextOrdersCompareBytesThenTheWholePath) {
         {File::nameSort, "name", "C:\\b\\x.txt", "C:\\a\\x.txt", false, true},
         {File::nameSort, "name", "C:\\x\\ab", "C:\\x\\abc", true, false},
         {File::nameSort, "name", "C:\\x\\Z.txt", "C:\\x\\a.txt", true, false},
-        // Bytes compare unsigned: a UTF-8 lead byte sorts after every ASCII letter.
-        {File::nameSort, "name", "C:\\x\\\xC3\xA9.txt", "C:\\x\\z.txt", false, true},
+        // Bytes compare as signed char, as all text of the library: a UTF-8 lead byte sorts
+        // before every ASCII byte.
+        {File::nameSort, "name", "C:\\x\\\xC3\xA9.txt", "C:\\x\\z.txt", true, false},
+        {File::typeSort, "type", "C:\\a.\xC3\xA9", "C:\\a.a", true, false},
         {File::nameSort, "name", "C:\\x\\a.txt", "C:\\x\\a.txt", false, false},
         {File::typeSort, "type", "C:\\z.csv", "C:\\a.txt", true, false},
         {File::typeSort, "type", "C:\\zz", "C:\\a.txt", true, false},
