@@ -1,7 +1,7 @@
 // Construction, report and identity of exceptions.
 #include "Base/Failure/Exception.h"
 
-#include "Base/Concurrency/Platform/ThreadPlatform.h"
+#include "Base/Concurrency/Thread.h"
 #include "Base/Failure/Platform/DiagnosticsPlatform.h"
 #include "Base/Language/Internal/Translatable.h"
 
@@ -110,7 +110,7 @@ void Exception::report() {
     if (!stack_trace_.isEmpty()) {
         SendToDebugger(stack_trace_);
     }
-    thread_name_ = ThreadPlatform::CurrentThreadName();
+    thread_name_ = Thread::CurrentThreadName();
 }
 
 CancelException::CancelException()

@@ -1,4 +1,5 @@
 // Exceptions: texts of each form, the identity of a kind of failure, and the report on construction.
+#include "Base/Concurrency/Thread.h"
 #include "Base/Failure/Exception.h"
 #include "Base/Language/Translator.h"
 #include "Base/Text/StringStream.h"
@@ -7,6 +8,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace QELTA {
@@ -86,6 +88,19 @@ TEST(ExceptionTest, StackTraceStartsAtTheRaiser) {
     EXPECT_NE(first_line.find("RaiseWithTrace"), std::string::npos) << trace;
     ASSERT_EQ(recorder.parts.size(), 2u);
     EXPECT_EQ(recorder.parts[1], trace);
+}
+
+// The raising thread is named as the library knows it: in full, and empty when unknown.
+TEST(ExceptionTest, ThreadNameComesFromTheLibrarysThreads) {
+    String const long_name("A thread name well beyond fifteen bytes");
+    String seen("not set");
+    BasicThread thread(long_name, true, [&] { seen = Exception(String("{}x"), false).threadName(); });
+    thread.start();
+    thread.join();
+    EXPECT_EQ(seen, long_name);
+    std::thread foreign([&] { seen = Exception(String("{}x"), false).threadName(); });
+    foreign.join();
+    EXPECT_EQ(seen, String());
 }
 
 TEST(ExceptionTest, CancelTexts) {
