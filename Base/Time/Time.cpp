@@ -36,9 +36,6 @@ struct ClockState {
     std::atomic<unsigned long long> clock_offset{offset_not_computed};
     std::atomic<unsigned long long> last_time{0};
     std::atomic<bool> in_clock_error{false};
-    // The offset under which a step back was last reported. Only a new offset steps the clock
-    // back, so the calls made while the clock catches up under it are not reported again.
-    std::atomic<unsigned long long> reported_offset{offset_not_computed};
     std::function<void(Exception const &)> clock_error_callback;
     std::function<unsigned long long(std::tm const &)> make_utc_from_local;
     std::function<unsigned long long(std::tm const &)> make_local_from_utc;
@@ -55,15 +52,12 @@ String Decimal(long long value) {
     return String(text.view());
 }
 
-// Tells the callback that the clock reads `now` under `offset`, behind the `last` value handed
-// out; once for each offset.
-void ReportStepBack(ClockState & clock, unsigned long long offset, unsigned long long last,
-                    unsigned long long now) noexcept {
-    if (clock.reported_offset.load(std::memory_order_relaxed) == offset || !clock.clock_error_callback ||
-        clock.in_clock_error.exchange(true)) {
+// Tells the callback that the clock reads `now`, behind the `last` value handed out, unless a
+// report is already under way.
+void ReportStepBack(ClockState & clock, unsigned long long last, unsigned long long now) noexcept {
+    if (!clock.clock_error_callback || clock.in_clock_error.exchange(true)) {
         return;
     }
-    clock.reported_offset.store(offset, std::memory_order_relaxed);
     unsigned long long const step_back = last - now;
     try {
         TranslatedString message = Translatable(clock_error_label, clock_error_text);
@@ -75,9 +69,8 @@ void ReportStepBack(ClockState & clock, unsigned long long offset, unsigned long
     clock.in_clock_error.store(false);
 }
 
-// The value handed out for the clock reading `now` under `offset`: never below a value handed out
-// before.
-unsigned long long Advance(ClockState & clock, unsigned long long offset, unsigned long long now) noexcept {
+// The value handed out for the clock reading `now`: never below a value handed out before.
+unsigned long long Advance(ClockState & clock, unsigned long long now) noexcept {
     unsigned long long last = clock.last_time.load(std::memory_order_relaxed);
     while (last <= now) {
         if (clock.last_time.compare_exchange_weak(last, now, std::memory_order_relaxed)) {
@@ -85,7 +78,7 @@ unsigned long long Advance(ClockState & clock, unsigned long long offset, unsign
         }
     }
     if (last - now > largest_step_back) {
-        ReportStepBack(clock, offset, last, now);
+        ReportStepBack(clock, last, now);
     }
     return clock.last_time.fetch_add(1, std::memory_order_relaxed) + 1;
 }
@@ -194,7 +187,7 @@ Time Time::SystemTime() noexcept {
             offset = computed;
         }
     }
-    return Time(Advance(clock, offset, offset + steady));
+    return Time(Advance(clock, offset + steady));
 }
 
 void Time::SetSystemTime(Time const & time) {
@@ -204,7 +197,7 @@ void Time::SetSystemTime(Time const & time) {
     ClockState & clock = Clock();
     unsigned long long const offset = time.count_ - TimePlatform::SteadyNanoseconds();
     clock.clock_offset.store(offset, std::memory_order_relaxed);
-    Advance(clock, offset, time.count_);
+    Advance(clock, time.count_);
 }
 
 void Time::SetClockErrorCallback(std::function<void(Exception const &)> const & callback) {

@@ -57,9 +57,9 @@ class QELTA_BASE_EXPORT Time {
 
     // The clock: a steady clock moved to the wall clock read once per process. It never returns a
     // smaller value than before; while the clock stands behind a value already handed out, each
-    // call returns that value + 1. A step back of more than 5 s is reported once to the clock error
-    // callback ("System Clock Modified") and to nothing else; the calls made while the clock
-    // catches up with the value it stepped back from are not reported again.
+    // call returns that value + 1. While it stands more than 5 s behind, every call reports the
+    // step to the clock error callback ("System Clock Modified") and to nothing else, except a
+    // call made while a report is in progress (from the callback, or on another thread).
     static Time SystemTime() noexcept;
     // Moves the clock so that it reads `time` now. A `time` behind the last value handed out is a
     // step back of that difference, handled as by SystemTime().

@@ -238,14 +238,24 @@ TEST_F(ClockStepTest, SmallStepBackIsAbsorbedSilently) {
     EXPECT_TRUE(stepBack(3).empty());
 }
 
-TEST_F(ClockStepTest, EachLargeStepBackIsReportedOnce) {
-    for (int step = 0; step < 2; ++step) {
-        SCOPED_TRACE(step);
-        std::vector<std::string> const messages = stepBack(6);
-        ASSERT_EQ(messages.size(), 1u);
-        EXPECT_EQ(messages[0],
-                  "System clock has been moved back 6 seconds. Note this may cause issues within the software");
-    }
+// The step itself and each of the 101 calls behind it stand more than 5 s behind.
+TEST_F(ClockStepTest, LargeStepBackIsReportedOnEveryCallWhileBehind) {
+    std::vector<std::string> const messages = stepBack(6);
+    ASSERT_EQ(messages.size(), 102u);
+    EXPECT_EQ(messages[0], "System clock has been moved back 6 seconds. Note this may cause issues within the software");
+}
+
+// A callback that reads the clock is not called again from inside itself.
+TEST_F(ClockStepTest, ReportInProgressIsNotRepeated) {
+    int calls = 0;
+    Time::SetClockErrorCallback([&calls](Exception const &) {
+        ++calls;
+        Time::SystemTime();
+    });
+    Time::SetSystemTime(Time(Time::SystemTime().nanoseconds() - 6 * second_ns));
+    EXPECT_EQ(calls, 1);
+    Time::SystemTime();
+    EXPECT_EQ(calls, 2);
 }
 
 } // namespace
