@@ -627,6 +627,7 @@ void File::close() {
         break;
     case WRITE_BINARY:
     case WRITE_TEXT: {
+        // Deliberately reported, though the plain close ignores it: data lost on close is a lost write.
         int error = std::ferror(stream) != 0 ? EIO : 0;
         if (std::fclose(stream) != 0 && error == 0) {
             error = errno == 0 ? EIO : errno;

@@ -25,7 +25,8 @@ StringView CutAtZero(StringView const & key) noexcept {
 }
 
 // Replaces every occurrence of `key` in `text` by `value` unless the text would grow beyond the
-// fill limit; `work` counts the bytes searched. False when filling has to stop.
+// fill limit; `work` counts the bytes searched. False when filling has to stop. The limits are
+// ours, not the stored rule's: nested slots could otherwise grow a text without bound.
 bool FillKey(String & text, StringView const & key, StringView const & value, unsigned long long & work) {
     if (key.isEmpty()) {
         return true;
@@ -284,6 +285,7 @@ String TranslatedString::internalValue() const {
     if (isTranslatable()) {
         text.append(label_open);
         text.append(readableID());
+        // Also with no English text, deliberately: the stored rule drops the brace then, and the id is lost on reading back.
         text.append(label_close);
     }
     text.append(english_define_);

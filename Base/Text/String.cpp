@@ -381,7 +381,7 @@ bool String::addUTF16CharAsUTF8(wchar_t const * text, unsigned int & index) {
     } else {
         unsigned int const next = Unit(text[index + 1]);
         unsigned int const value = (c << 16) + next;
-        index += next == 0 ? 1 : 2;
+        index += next == 0 ? 1 : 2; // deliberate: never steps over the terminating zero, as the stored rule would
         append(static_cast<char>(0xF0 | value >> 18));
         append(static_cast<char>(0x80 | (value >> 12 & 63)));
         append(static_cast<char>(0x80 | (value >> 6 & 63)));

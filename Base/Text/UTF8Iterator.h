@@ -58,6 +58,7 @@ class QELTA_BASE_EXPORT UTF8Iterator {
         }
         unsigned int b[6] = {lead, 0, 0, 0, 0, 0};
         unsigned int read = 1;
+        // Deliberately stops at a zero byte: the stored rule reads the full length, past a text's end.
         while (read < length && read < available && bytes[read] != 0) {
             b[read] = static_cast<unsigned char>(bytes[read]);
             ++read;

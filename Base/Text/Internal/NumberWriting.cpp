@@ -469,7 +469,8 @@ unsigned int Layout(char const * digits, unsigned int count, int exponent, char 
         return static_cast<unsigned int>(cursor - out);
     }
     // The exponent forms. The cut can leave trailing zeros, which are dropped: they change
-    // neither the value nor the exponent, which stays that of the first digit.
+    // neither the value nor the exponent, which stays that of the first digit. Deliberate: the
+    // stored rule adds one to k for each dropped zero, which would change the value.
     if (exponent < lowest_long_exponent || exponent > highest_positional_exponent) {
         count = count < max_cut_digits ? count : max_cut_digits;
         while (count > 1 && digits[count - 1] == '0') {
