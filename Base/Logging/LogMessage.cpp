@@ -4,8 +4,8 @@
 #include "Base/Failure/Exception.h"
 #include "Base/Language/TranslatedString.h"
 
-#include <regex>
-#include <string>
+#include <utility>
+#include <vector>
 
 namespace QELTA {
 namespace {
@@ -24,33 +24,193 @@ constexpr char session_end_text[] =
 static_assert(sizeof(session_start_text) == 1 + 98 + 1 + 1, "a backslash, 98 hyphens, a bar");
 static_assert(sizeof(session_end_text) == sizeof(session_start_text), "a slash, 98 hyphens, a bar");
 
-// Both patterns begin with the byte 27, which std::regex takes as a literal character.
-std::regex const & FormattingExpression() {
-    static std::regex const expression(std::string(1, escape_byte) + "\\[[0-9;]*[A-Za-z]");
-    return expression;
+bool IsCodeByte(char c) noexcept {
+    return (c >= '0' && c <= '9') || c == ';';
 }
 
-std::regex const & BlockExpression() {
-    static std::regex const expression(std::string(1, escape_byte) + "\\[([0-9;]*)[A-Za-z]");
-    return expression;
+bool IsAsciiLetter(char c) noexcept {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+// An ANSI sequence: the byte 27, '[', a code of digits and ';', and one ASCII letter. Its code is
+// [start + 2, end - 1).
+struct Sequence {
+    unsigned int start; // StringView::not_found when there is none
+    unsigned int end;   // one past the letter
+};
+
+// The leftmost sequence at or after byte `from`. The code takes every digit and ';' there is, so a
+// run followed by anything but a letter is no sequence, and the search goes on at the next byte 27.
+Sequence FindSequence(StringView const & text, unsigned int from) noexcept {
+    unsigned int const size = text.size();
+    for (unsigned int at = text.indexOf(escape_byte, from); at != StringView::not_found;
+         at = text.indexOf(escape_byte, at + 1)) {
+        if (at + 1 < size && text[at + 1] == '[') {
+            unsigned int end = at + 2;
+            while (end < size && IsCodeByte(text[end])) {
+                ++end;
+            }
+            if (end < size && IsAsciiLetter(text[end])) {
+                return {at, end + 1};
+            }
+        }
+    }
+    return {StringView::not_found, StringView::not_found};
+}
+
+// `text` ends in an unfinished sequence: the byte 27, perhaps followed by '[' and code bytes.
+bool EndsInOpenSequence(StringView const & text) noexcept {
+    unsigned int at = text.size();
+    while (at > 0 && IsCodeByte(text[at - 1])) {
+        --at;
+    }
+    if (at == text.size() && at > 0 && text[at - 1] == escape_byte) {
+        return true;
+    }
+    return at >= 2 && text[at - 1] == '[' && text[at - 2] == escape_byte;
+}
+
+// Appends `text` without the sequences found in one pass, beginning with `first`. False, with
+// `out` partly written, when a removal leaves an unfinished sequence in front of the text behind
+// it, which may join into a new one.
+bool AppendWithoutSequences(StringView const & text, Sequence first, String & out) {
+    unsigned int kept_from = 0;
+    for (Sequence sequence = first; sequence.start != StringView::not_found;
+         sequence = FindSequence(text, sequence.end)) {
+        StringView const kept = text.substr(kept_from, sequence.start);
+        if (EndsInOpenSequence(kept)) {
+            return false;
+        }
+        out.append(kept);
+        kept_from = sequence.end;
+    }
+    out.append(text.substr(kept_from));
+    return true;
+}
+
+// Appends `text`, which begins with the byte 27, after the passes of RemoveFormatting. A pass
+// starts at a byte 27 and removes every sequence from there on; the next pass starts at the next
+// byte 27 behind the position where this one started. A removal can join the bytes on its two
+// sides into a new sequence: the next pass removes it when it begins behind that position, and
+// one that begins at or before it stays. The passes are replayed on a list of the bytes that is
+// only touched where a removal joins two parts, so the work is linear in the size of the text.
+void AppendWithoutJoinedSequences(StringView const & text, String & out) {
+    // Byte i of the text is node i + 1; nodes 0 and size + 1 are the ends of the list. For a byte
+    // 27, `link` is the last node of its open sequence (itself, its '[' or its last code byte); for
+    // any other byte, the byte 27 whose open sequence holds it, or 0.
+    unsigned int const size = text.size();
+    unsigned int const head = 0;
+    unsigned int const tail = size + 1;
+    std::vector<unsigned int> next(size + 2);
+    std::vector<unsigned int> previous(size + 2);
+    std::vector<unsigned int> link(size + 2, 0);
+    auto const byte = [&text](unsigned int node) { return text[node - 1]; };
+    for (unsigned int node = head; node < tail; ++node) {
+        next[node] = node + 1;
+        previous[node + 1] = node;
+    }
+    unsigned int opener = 0;
+    for (unsigned int node = 1; node < tail; ++node) {
+        char const c = byte(node);
+        if (c == escape_byte) {
+            opener = node;
+            link[node] = node;
+        } else if (opener != 0 && (link[opener] == opener ? c == '[' : IsCodeByte(c))) {
+            link[node] = opener;
+            link[opener] = node;
+        } else {
+            opener = 0;
+        }
+    }
+    auto const extend = [&](unsigned int escape) {
+        unsigned int last = link[escape];
+        for (unsigned int node = next[last]; node != tail; node = next[node]) {
+            if (last == escape ? byte(node) != '[' : !IsCodeByte(byte(node))) {
+                break;
+            }
+            link[node] = escape;
+            last = node;
+        }
+        link[escape] = last;
+    };
+    auto const is_sequence = [&](unsigned int escape) {
+        unsigned int const letter = next[link[escape]];
+        return link[escape] != escape && letter != tail && IsAsciiLetter(byte(letter));
+    };
+
+    // The byte 27 of each sequence the coming pass removes, in order.
+    std::vector<unsigned int> removals;
+    for (unsigned int node = 1; node < tail; ++node) {
+        if (byte(node) == escape_byte && is_sequence(node)) {
+            removals.push_back(node);
+        }
+    }
+    std::vector<unsigned int> joins;
+    unsigned int before_pass = head;
+    while (!removals.empty()) {
+        joins.clear();
+        for (unsigned int const escape : removals) {
+            unsigned int const left = previous[escape];
+            unsigned int const right = next[next[link[escape]]];
+            next[left] = right;
+            previous[right] = left;
+            joins.push_back(left);
+        }
+        // The node now at the position where the pass started; it and all before it are final.
+        unsigned int const pass_start = next[before_pass];
+        removals.clear();
+        unsigned int checked = 0;
+        for (unsigned int const left : joins) {
+            unsigned int const escape = left == head ? 0 : byte(left) == escape_byte ? left : link[left];
+            if (escape <= pass_start || escape == checked) {
+                continue;
+            }
+            checked = escape;
+            extend(escape);
+            if (is_sequence(escape)) {
+                removals.push_back(escape);
+            }
+        }
+        // The next pass starts at the first byte 27 behind pass_start; each of the removals is one.
+        if (!removals.empty()) {
+            unsigned int start = next[pass_start];
+            while (byte(start) != escape_byte) {
+                start = next[start];
+            }
+            before_pass = previous[start];
+        }
+    }
+    for (unsigned int node = next[head]; node != tail;) {
+        unsigned int last = node;
+        while (last < size && next[last] == last + 1) {
+            ++last;
+        }
+        out.append(text.data() + node - 1, last - node + 1);
+        node = next[last];
+    }
 }
 
 // Removes the sequences from the first byte 27 at or after `start` on, then steps past that
 // byte and repeats while another byte 27 follows: a removal can join a stray byte 27 with the
-// text behind the removed sequence into a new sequence further on.
+// text behind the removed sequence into a new sequence further on. The rule is kept exactly, joins
+// and all, so that every version cleans a text alike.
 void RemoveFormatting(StringAllocatingView & out, unsigned int start) {
-    unsigned int position = out.view().indexOf(escape_byte, start);
-    while (position != StringView::not_found) {
-        StringView const text = out.view();
-        std::string const tail =
-            std::regex_replace(std::string(text.data() + position, text.size() - position), FormattingExpression(), "");
-        if (tail.size() != text.size() - position) {
-            String changed(text.data(), position);
-            changed.append(StringView(tail));
-            out = StringAllocatingView(std::move(changed));
-        }
-        position = out.view().indexOf(escape_byte, position + 1);
+    StringView const text = out.view();
+    unsigned int const position = text.indexOf(escape_byte, start);
+    if (position == StringView::not_found) {
+        return;
     }
+    StringView const rest = text.substr(position);
+    Sequence const first = FindSequence(rest, 0);
+    if (first.start == StringView::not_found) {
+        return;
+    }
+    String changed(text.data(), position);
+    if (!AppendWithoutSequences(rest, first, changed)) {
+        changed = String(text.data(), position);
+        AppendWithoutJoinedSequences(rest, changed);
+    }
+    out = StringAllocatingView(std::move(changed));
 }
 
 } // namespace
@@ -135,21 +295,18 @@ void LogMessage::appendMessage(StringAllocatingView & out, bool keep_new_lines, 
 Buffer<std::pair<String, String>> LogMessage::ansiiEscapeBlocks() const {
     Buffer<std::pair<String, String>> blocks;
     StringView const text = raw_message_.view();
-    char const * const begin = text.data();
     unsigned int offset = 0;
-    for (std::cregex_iterator match(begin, begin + text.size(), BlockExpression()), end; match != end; ++match) {
-        unsigned int const match_start = static_cast<unsigned int>(match->position(0));
-        if (match_start > offset) {
-            blocks.add({String(plain_code), String(text.substr(offset, match_start))});
+    for (Sequence sequence = FindSequence(text, 0); sequence.start != StringView::not_found;
+         sequence = FindSequence(text, offset)) {
+        if (sequence.start > offset) {
+            blocks.add({String(plain_code), String(text.substr(offset, sequence.start))});
         }
-        unsigned int const text_start = match_start + static_cast<unsigned int>(match->length(0));
-        unsigned int text_end = text.indexOf(escape_byte, text_start);
+        unsigned int text_end = text.indexOf(escape_byte, sequence.end);
         if (text_end == StringView::not_found) {
             text_end = text.size();
         }
-        std::csub_match const & code = (*match)[1];
         blocks.add(
-            {String(code.first, static_cast<unsigned int>(code.length())), String(text.substr(text_start, text_end))});
+            {String(text.substr(sequence.start + 2, sequence.end - 1)), String(text.substr(sequence.end, text_end))});
         offset = text_end;
     }
     if (offset < text.size()) {

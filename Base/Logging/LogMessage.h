@@ -72,7 +72,8 @@ class QELTA_BASE_EXPORT LogMessage {
     // The text, borrowed when all three flags are set. Without keep_new_lines a line feed shows as
     // backslash and n and a carriage return as backslash and r; without keep_tabs a tab shows as
     // backslash and t; without keep_formatting the ANSI sequences (byte 27, '[', digits and ';',
-    // a letter) are removed. The regular expression runs only on a text with a byte 27.
+    // a letter) are removed. Time is linear in the size of the text and the stack stays flat, for
+    // any bytes the text holds.
     StringAllocatingView message(bool keep_new_lines, bool keep_tabs, bool keep_formatting) const;
     // The same, appended to `out`; the rules touch only the appended part.
     void appendMessage(StringAllocatingView & out, bool keep_new_lines, bool keep_tabs, bool keep_formatting) const;

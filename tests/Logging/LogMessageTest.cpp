@@ -5,7 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <random>
+#include <regex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -25,6 +28,56 @@ std::string Stored(LogMessage const & message) {
     StringAllocatingView out;
     StringStream<LogMessage>::toString(message, out);
     return Text(out.view());
+}
+
+using Blocks = std::vector<std::pair<std::string, std::string>>;
+
+Blocks BlocksOf(LogMessage const & message) {
+    Blocks blocks;
+    for (std::pair<String, String> const & block : message.ansiiEscapeBlocks()) {
+        blocks.emplace_back(Text(block.first), Text(block.second));
+    }
+    return blocks;
+}
+
+// The text rules written with std::regex, as they first were. std::regex recurses once per byte,
+// so this only serves short texts.
+std::string const escape(1, '\x1b');
+
+std::string ExpressionMessage(std::string const & raw, bool keep_new_lines, bool keep_tabs, bool keep_formatting) {
+    std::string text;
+    for (char const c : raw) {
+        text += !keep_new_lines && c == '\n'   ? "\\n"
+                : !keep_new_lines && c == '\r' ? "\\r"
+                : !keep_tabs && c == '\t'      ? "\\t"
+                                               : std::string(1, c);
+    }
+    if (!keep_formatting) {
+        static std::regex const sequence(escape + "\\[[0-9;]*[A-Za-z]");
+        for (std::size_t at = text.find(escape); at != std::string::npos; at = text.find(escape, at + 1)) {
+            text = text.substr(0, at) + std::regex_replace(text.substr(at), sequence, "");
+        }
+    }
+    return text;
+}
+
+Blocks ExpressionBlocks(std::string const & text) {
+    static std::regex const sequence(escape + "\\[([0-9;]*)[A-Za-z]");
+    Blocks blocks;
+    std::size_t offset = 0;
+    for (std::sregex_iterator match(text.begin(), text.end(), sequence), end; match != end; ++match) {
+        std::size_t const start = static_cast<std::size_t>(match->position(0));
+        if (start > offset) {
+            blocks.emplace_back("0", text.substr(offset, start - offset));
+        }
+        std::size_t const text_start = start + static_cast<std::size_t>(match->length(0));
+        offset = std::min(text.find(escape, text_start), text.size());
+        blocks.emplace_back((*match)[1].str(), text.substr(text_start, offset - text_start));
+    }
+    if (offset < text.size()) {
+        blocks.emplace_back("0", text.substr(offset));
+    }
+    return blocks;
 }
 
 TEST(LogMessageTest, StoredFormIsOneLineOfFourFields) {
@@ -103,7 +156,6 @@ TEST(LogMessageTest, AppendMessageChangesOnlyTheAppendedPart) {
 }
 
 TEST(LogMessageTest, AnsiiEscapeBlocks) {
-    using Blocks = std::vector<std::pair<std::string, std::string>>;
     struct Row {
         char const * raw;
         Blocks expected;
@@ -122,12 +174,70 @@ TEST(LogMessageTest, AnsiiEscapeBlocks) {
     };
     for (Row const & row : rows) {
         SCOPED_TRACE(row.raw);
-        Buffer<std::pair<String, String>> const blocks = LogMessage(sample_time, row.raw, 0, 0).ansiiEscapeBlocks();
-        Blocks actual;
-        for (std::pair<String, String> const & block : blocks) {
-            actual.emplace_back(Text(block.first), Text(block.second));
+        EXPECT_EQ(BlocksOf(LogMessage(sample_time, row.raw, 0, 0)), row.expected);
+    }
+}
+
+// Texts made of the bytes of sequences, against the regular expressions. Appended pieces bring
+// the bytes on both sides of the digit and letter ranges; fragments inserted at random places
+// nest sequences inside each other, so that removals join their parts several levels deep.
+TEST(LogMessageTest, SequenceRulesMatchTheRegularExpressions) {
+    std::string const pieces[] = {"\x1b",    "\x1b", "[",  "[",  "0",  "9",    ";",
+                                  "m",       "A",    "Z",  "z",  "/",  ":",    "@",
+                                  "`",       "{",    "\n", "\r", "\t", "\xc3", std::string(1, '\0'),
+                                  "\x1b[1m", "[m"};
+    std::string const fragments[] = {"\x1b[m", "\x1b[1m", "\x1b", "x", "\x1b[", "1"};
+    std::string const before = escape + "[1";
+    std::mt19937 random(11);
+    for (int i = 0; i < 4000; ++i) {
+        std::size_t const size = random() % 41;
+        std::string raw;
+        while (raw.size() < size) {
+            if (i % 2 == 0) {
+                raw += pieces[random() % std::size(pieces)];
+            } else {
+                raw.insert(random() % (raw.size() + 1), fragments[random() % std::size(fragments)]);
+            }
         }
-        EXPECT_EQ(actual, row.expected);
+        SCOPED_TRACE(testing::PrintToString(raw));
+        LogMessage const message(sample_time, StringView(raw), 0, 0);
+        for (int flags = 0; flags < 8; ++flags) {
+            bool const keep_new_lines = (flags & 1) != 0;
+            bool const keep_tabs = (flags & 2) != 0;
+            bool const keep_formatting = (flags & 4) != 0;
+            std::string const expected = ExpressionMessage(raw, keep_new_lines, keep_tabs, keep_formatting);
+            EXPECT_EQ(Text(message.message(keep_new_lines, keep_tabs, keep_formatting).view()), expected) << flags;
+            // What is already in `out` never joins the appended text.
+            StringAllocatingView out{StringView(before)};
+            message.appendMessage(out, keep_new_lines, keep_tabs, keep_formatting);
+            EXPECT_EQ(Text(out.view()), before + expected) << flags;
+        }
+        EXPECT_EQ(BlocksOf(message), ExpressionBlocks(raw));
+    }
+}
+
+// Logged text may come from anywhere; a megabyte of code must not run out of stack.
+TEST(LogMessageTest, TakesMegabyteSequences) {
+    std::string const digits(1 << 20, '7');
+    struct Row {
+        std::string raw;
+        std::string message;
+        Blocks blocks;
+    };
+    Row const rows[] = {
+        {escape + "[" + digits + "m", "", {{digits, ""}}},
+        {escape + "[" + digits, escape + "[" + digits, {{"0", escape + "[" + digits}}},
+        {std::string(1 << 20, '\x1b'), std::string(1 << 20, '\x1b'), {{"0", std::string(1 << 20, '\x1b')}}},
+    };
+    for (Row const & row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.raw.substr(0, 8)));
+        LogMessage const message(sample_time, StringView(row.raw), 3, 4);
+        EXPECT_TRUE(Text(message.message(true, true, false).view()) == row.message);
+        LogMessage read;
+        StringStream<LogMessage>::fromString(StringView(Stored(message)), read);
+        EXPECT_TRUE(Text(read.rawMessage().view()) == row.message);
+        EXPECT_EQ(read.sessionNumber(), 4);
+        EXPECT_TRUE(BlocksOf(message) == row.blocks);
     }
 }
 
