@@ -7,14 +7,12 @@
 #include "Base/Text/StringAllocatingView.h"
 #include "Base/Text/StringStream.h"
 
-#include <cmath>
 #include <cstdio>
-#include <string_view>
+#include <memory>
+#include <string>
 
 namespace QELTA::Tool {
 namespace {
-
-constexpr std::string_view command_name = "angle";
 
 void PrintRow(char const * label, StringView const & value) {
     std::printf("%-16s %.*s\n", label, static_cast<int>(value.size()), value.data());
@@ -40,37 +38,19 @@ void PrintAngle(Angle<double> const & angle) {
     PrintRow("yaw quaternion", quaternion);
 }
 
-int RunAngle(Arguments arguments) {
-    char const * text = nullptr;
-    std::string_view from = "degrees";
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        std::string_view const argument(arguments[i]);
-        if (argument == "--from") {
-            if (i + 1 == arguments.size()) {
-                return UsageError(command_name, "--from needs degrees, radians or index");
-            }
-            from = arguments[++i];
-        } else if (text == nullptr) {
-            text = arguments[i];
-        } else {
-            return UsageError(command_name, "takes one VALUE");
-        }
-    }
+struct AngleArguments {
     double value = 0.0;
-    if (text == nullptr || !ReadNumber(text, value)) {
-        return UsageError(command_name, "needs a VALUE that is a number");
-    }
-    Angle<double> angle;
-    if (from == "degrees") {
-        angle = Angle<double>::FromDegrees(value);
-    } else if (from == "radians") {
-        angle = Angle<double>::FromRadians(value);
-    } else if (from == "index") {
-        angle = Angle<double>(value);
+    std::string from = "degrees";
+};
+
+int RunAngle(AngleArguments const & arguments) {
+    if (arguments.from == "radians") {
+        PrintAngle(Angle<double>::FromRadians(arguments.value));
+    } else if (arguments.from == "index") {
+        PrintAngle(Angle<double>(arguments.value));
     } else {
-        return UsageError(command_name, "--from takes degrees, radians or index");
+        PrintAngle(Angle<double>::FromDegrees(arguments.value));
     }
-    PrintAngle(angle);
     return exit_ok;
 }
 
@@ -95,20 +75,23 @@ void DemoAngle() {
             .c_str());
 }
 
-Command const angle_command = {
-    "angle",
-    "an angle in index units, degrees and radians, with its table sine and quaternion",
-    "usage: qelta angle VALUE [--from degrees|radians|index]\n\n"
-    "Reads the leading number of VALUE (\"90deg\" reads 90) as degrees (the default), radians or\n"
-    "index units (65536 to the full turn) and prints the angle in every form:\n"
-    "  index (double)  the index as the library stores an Angle<double>\n"
-    "  index (int)     the nearest int index; NaN when it does not fit an int\n"
-    "  degrees         360 to the full turn\n"
-    "  radians         2 pi to the full turn\n"
-    "  sine, cosine    from the quarter-turn table of 16385 entries, mirrored to the full turn\n"
-    "                  and interpolated between entries\n"
-    "  yaw quaternion  x, y, z, w of a turn by the angle about the vertical axis\n",
-    RunAngle,
-};
+void AddAngleCommand(CLI::App & qelta) {
+    auto const arguments = std::make_shared<AngleArguments>();
+    CLI::App & angle =
+        AddCommand(qelta, "angle", "an angle in index units, degrees and radians, with its table sine and quaternion",
+                   "Reads the leading number of VALUE (\"90deg\" reads 90) as degrees (the default), radians or\n"
+                   "index units (65536 to the full turn) and prints the angle in every form:\n"
+                   "  index (double)  the index as the library stores an Angle<double>\n"
+                   "  index (int)     the nearest int index; NaN when it does not fit an int\n"
+                   "  degrees         360 to the full turn\n"
+                   "  radians         2 pi to the full turn\n"
+                   "  sine, cosine    from the quarter-turn table of 16385 entries, mirrored to the full turn\n"
+                   "                  and interpolated between entries\n"
+                   "  yaw quaternion  x, y, z, w of a turn by the angle about the vertical axis",
+                   [arguments] { return RunAngle(*arguments); });
+    AddNumber(angle, "VALUE", arguments->value, "the angle")->required();
+    angle.add_option("--from", arguments->from, "the unit of VALUE (default degrees)")
+        ->check(CLI::IsMember({"degrees", "radians", "index"}));
+}
 
 } // namespace QELTA::Tool

@@ -5,13 +5,12 @@
 #include "Base/Text/Base64Encoder.h"
 
 #include <cstdio>
+#include <memory>
+#include <optional>
 #include <string>
-#include <string_view>
 
 namespace QELTA::Tool {
 namespace {
-
-constexpr std::string_view command_name = "base64";
 
 // The whole content of `path`, or of standard input for a null path; false when it can't be read.
 bool ReadInput(char const * path, std::string & content) {
@@ -31,18 +30,13 @@ bool ReadInput(char const * path, std::string & content) {
     return !failed;
 }
 
-int RunCoding(Arguments arguments, bool encode) {
-    Base64Alphabet alphabet = STANDARD_ALPHABET;
-    char const * path = nullptr;
-    for (char const * argument : arguments) {
-        if (std::string_view(argument) == "--url") {
-            alphabet = URL_SAFE_ALPHABET;
-        } else if (path == nullptr) {
-            path = argument;
-        } else {
-            return UsageError(command_name, "takes at most one FILE");
-        }
-    }
+struct Base64Arguments {
+    std::optional<std::string> file; // standard input when not given
+    bool url = false;
+};
+
+int RunCoding(Base64Arguments const & arguments, bool encode) {
+    char const * const path = arguments.file ? arguments.file->c_str() : nullptr;
     std::string input;
     if (!ReadInput(path, input) || input.size() > 0xFFFFFFF0u / 2) {
         std::fprintf(stderr, "qelta base64: cannot read %s\n", path == nullptr ? "standard input" : path);
@@ -50,7 +44,8 @@ int RunCoding(Arguments arguments, bool encode) {
     }
     if (encode) {
         String const text = Base64Encoder::EncodeToBase64(reinterpret_cast<unsigned char const *>(input.data()),
-                                                          static_cast<unsigned int>(input.size()), alphabet);
+                                                          static_cast<unsigned int>(input.size()),
+                                                          arguments.url ? URL_SAFE_ALPHABET : STANDARD_ALPHABET);
         std::printf("%s\n", text.c_str());
         return exit_ok;
     }
@@ -68,33 +63,24 @@ int RunCoding(Arguments arguments, bool encode) {
     return exit_ok;
 }
 
-int Encode(Arguments arguments) {
-    return RunCoding(arguments, true);
-}
-
-int Decode(Arguments arguments) {
-    return RunCoding(arguments, false);
-}
-
-constexpr Verb verbs[] = {{"encode", Encode}, {"decode", Decode}};
-
-int RunBase64(Arguments arguments) {
-    return RunVerb(command_name, arguments, verbs);
-}
-
 } // namespace
 
-Command const base64_command = {
-    "base64",
-    "bytes to Base64 text and back, standard or URL-safe",
-    "usage: qelta base64 encode [--url] [FILE]\n"
-    "       qelta base64 decode [--url] [FILE]\n\n"
-    "encode  prints the bytes of FILE (or standard input) as Base64 text, padded with '=', in the\n"
-    "        standard alphabet or, with --url, the URL-safe one ('-' and '_').\n"
-    "decode  writes the bytes of the Base64 text in FILE (or standard input). Both alphabets are\n"
-    "        read, '=' and '.' pad, and padding may be missing; any other byte, white space\n"
-    "        included, is an error. One line end at the end of the input is ignored.\n",
-    RunBase64,
-};
+void AddBase64Command(CLI::App & qelta) {
+    CLI::App & base64 = AddCommand(qelta, "base64", "bytes to Base64 text and back, standard or URL-safe", "");
+    auto const arguments = std::make_shared<Base64Arguments>();
+    CLI::App & encode = AddCommand(base64, "encode", "prints the bytes of FILE as Base64 text",
+                                   "Prints the bytes of FILE (or standard input) as Base64 text, padded with '=',\n"
+                                   "in the standard alphabet or, with --url, the URL-safe one ('-' and '_').",
+                                   [arguments] { return RunCoding(*arguments, true); });
+    CLI::App & decode = AddCommand(base64, "decode", "writes the bytes of the Base64 text in FILE",
+                                   "Writes the bytes of the Base64 text in FILE (or standard input). Both alphabets\n"
+                                   "are read, '=' and '.' pad, and padding may be missing; any other byte, white\n"
+                                   "space included, is an error. One line end at the end of the input is ignored.",
+                                   [arguments] { return RunCoding(*arguments, false); });
+    for (CLI::App * coding : {&encode, &decode}) {
+        coding->add_option("FILE", arguments->file, "the input (default: standard input)");
+        coding->add_flag("--url", arguments->url, "the URL-safe alphabet");
+    }
+}
 
 } // namespace QELTA::Tool

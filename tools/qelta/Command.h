@@ -1,77 +1,89 @@
-// The subcommands of the qelta program: one entry each, with its help text.
+// The commands of the qelta program and what they share.
 //
-// Each capability of the library adds one subcommand (a <Name>Command.cpp beside this file and a
-// row in the table of main.cpp) and one step of the demo tour. A command reads its arguments,
-// prints to standard output, reports usage errors on standard error and returns the exit code.
+// Each capability of the library adds one command and one step of the demo tour. To add one,
+// write <Name>Command.cpp beside this file with `void Add<Name>Command(CLI::App & qelta)`, declare
+// it below and list it in main.cpp's `add_commands` and in CMakeLists.txt. That function calls
+// AddCommand for the command and for each of its verbs, and declares their options and
+// positionals with CLI11 (AddCount and AddNumber for numbers). An action runs only after the
+// whole command line was read and checked; it prints to standard output and returns the exit
+// code. A command line that CLI11 refuses is a usage error, which main prints with the command's
+// name before exiting with exit_usage: an action never reports one itself.
+//
+// Paths cross the program's edge in the system's form ("/etc/hostname") and are kept inside in
+// the library's form, with "\" as the separator: every path read from the command line becomes a
+// File through FromNativePath, and every path printed goes out through NativePath.
 #pragma once
 
 #include "Base/Failure/Exception.h"
+#include "Base/Files/File.h"
+#include "Base/Language/TranslatedString.h"
 #include "Base/Text/String.h"
+#include "Base/Text/StringView.h"
 
-#include <span>
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <string>
 #include <string_view>
 
 namespace QELTA::Tool {
-
-using Arguments = std::span<char const * const>;
-
-struct Command {
-    std::string_view name;
-    std::string_view summary; // one line for `qelta --help`
-    std::string_view help;    // the full text for `qelta <name> --help`
-    int (*run)(Arguments arguments);
-};
 
 // Exit codes shared by all commands.
 inline constexpr int exit_ok = 0;
 inline constexpr int exit_failure = 1;
 inline constexpr int exit_usage = 2;
 
-// Prints "qelta <command>: <message>" and a hint to standard error; returns exit_usage.
-int UsageError(std::string_view command, std::string_view message);
+// What a command or verb does once its arguments are read; returns the exit code.
+using Action = std::function<int()>;
+
+// Adds the command or verb `name` to `parent` and returns it for its options. `summary` is its
+// line in the parent's help and heads its own; `help` is shown below its options. Without an
+// `action` the command needs one of its verbs.
+CLI::App & AddCommand(CLI::App & parent, std::string const & name, std::string const & summary,
+                      std::string const & help, Action action = {});
 
 // Prints "qelta <command>: <message>" to standard error, with the failure's message in English
 // and its slots filled (its title when it has no message), after what standard output holds;
 // returns exit_failure.
 int Failure(std::string_view command, Exception const & error);
 
-// True when the arguments ask for help ("--help" or "-h" anywhere).
-bool WantsHelp(Arguments arguments);
+// The English text of a library message with its slots filled, the paths among them in the
+// system's form.
+String NativeEnglish(TranslatedString text);
 
-// A verb of a command that has several ("qelta text hash ...").
-struct Verb {
-    std::string_view name;
-    int (*run)(Arguments arguments);
-};
+// A path typed on the command line, as a File (relative paths stay relative to the current folder).
+File FromNativePath(std::string_view path);
+// A path in the library's form, or a part of one, in the system's form: "/" for "\".
+String NativePath(StringView const & path);
+String NativePath(File const & file);
 
-// Runs the verb named by the first argument with the rest; usage errors name `command`.
-int RunVerb(std::string_view command, Arguments arguments, std::span<Verb const> verbs);
-
-// A whole number from `min` to `max` in plain digits (at most 9); false for anything else.
-bool ReadCount(char const * text, unsigned int min, unsigned int max, unsigned int & count);
-
-// The leading number of an argument, read as the library reads numbers; false when there is none.
-bool ReadNumber(char const * text, double & value);
+// Adds to `command` the option or positional `name` that reads into `value` a whole number from
+// `min` to `max` in plain digits (at most 9 of them); anything else is a usage error.
+CLI::Option * AddCount(CLI::App & command, std::string const & name, unsigned int & value, unsigned int min,
+                       unsigned int max, std::string const & description);
+// The same for a number as the library reads numbers: the leading number of the text ("90deg"
+// reads 90).
+CLI::Option * AddNumber(CLI::App & command, std::string const & name, double & value, std::string const & description);
 
 // The text of a double as the library stores it.
 String NumberText(double value);
 
 // The commands, each defined in its own file.
-extern Command const demo_command;
-extern Command const text_command;
-extern Command const uuid_command;
-extern Command const number_command;
-extern Command const time_command;
-extern Command const queue_command;
-extern Command const base64_command;
-extern Command const password_command;
-extern Command const log_command;
-extern Command const angle_command;
-extern Command const convert_command;
-extern Command const resource_command;
-extern Command const file_command;
-extern Command const folders_command;
-extern Command const csv_command;
+void AddDemoCommand(CLI::App & qelta);
+void AddTextCommand(CLI::App & qelta);
+void AddUuidCommand(CLI::App & qelta);
+void AddNumberCommand(CLI::App & qelta);
+void AddTimeCommand(CLI::App & qelta);
+void AddLogCommand(CLI::App & qelta);
+void AddAngleCommand(CLI::App & qelta);
+void AddConvertCommand(CLI::App & qelta);
+void AddResourceCommand(CLI::App & qelta);
+void AddFileCommand(CLI::App & qelta);
+void AddFoldersCommand(CLI::App & qelta);
+void AddQueueCommand(CLI::App & qelta);
+void AddBase64Command(CLI::App & qelta);
+void AddPasswordCommand(CLI::App & qelta);
+void AddCsvCommand(CLI::App & qelta);
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();

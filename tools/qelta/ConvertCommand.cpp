@@ -7,15 +7,13 @@
 #include "Base/Text/StringStream.h"
 #include "Base/Units/Unit.h"
 
-#include <cmath>
 #include <cstdio>
 #include <memory>
-#include <string_view>
+#include <string>
 
 namespace QELTA::Tool {
 namespace {
 
-constexpr std::string_view command_name = "convert";
 constexpr char unit_name[] = "command_line_unit";
 constexpr char unit_label[] = "Command Line Unit";
 
@@ -33,58 +31,24 @@ void Show(Unit const & unit, double base, unsigned int decimals) {
     PrintRow("step near value", NumberText(unit.epsilon(base, 0)));
 }
 
-std::unique_ptr<Unit> MakeUnit(double factor, double offset, bool with_offset, char const * abbreviation) {
-    TranslatedString label = TranslatedString::DirectString(unit_label);
-    TranslatedString shown = TranslatedString::DirectString(abbreviation);
-    if (with_offset) {
-        return std::make_unique<ScaledOffsetUnit>(unit_name, label, shown, factor, offset);
-    }
-    return std::make_unique<ScaledUnit>(unit_name, label, shown, factor);
-}
-
-int RunConvert(Arguments arguments) {
-    char const * text = nullptr;
-    char const * abbreviation = "";
+struct ConvertArguments {
+    double value = 0.0;
     double factor = 0.0;
     double offset = 0.0;
     unsigned int decimals = 2;
-    bool have_factor = false;
-    bool have_offset = false;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        std::string_view const argument(arguments[i]);
-        bool const has_next = i + 1 < arguments.size();
-        if (argument == "--factor" || argument == "--offset") {
-            double & target = argument == "--factor" ? factor : offset;
-            if (!has_next || !ReadNumber(arguments[i + 1], target)) {
-                return UsageError(command_name, "--factor and --offset need a number");
-            }
-            (argument == "--factor" ? have_factor : have_offset) = true;
-            ++i;
-        } else if (argument == "--decimals") {
-            if (!has_next || !ReadCount(arguments[i + 1], 0, 999999999, decimals)) {
-                return UsageError(command_name, "--decimals needs a whole number");
-            }
-            ++i;
-        } else if (argument == "--abbreviation") {
-            if (!has_next) {
-                return UsageError(command_name, "--abbreviation needs a text");
-            }
-            abbreviation = arguments[++i];
-        } else if (text == nullptr) {
-            text = arguments[i];
-        } else {
-            return UsageError(command_name, "takes one VALUE");
-        }
+    std::string abbreviation;
+    CLI::Option const * offset_option = nullptr; // a unit without --offset has no offset at all
+};
+
+int RunConvert(ConvertArguments const & arguments) {
+    TranslatedString const label = TranslatedString::DirectString(unit_label);
+    TranslatedString const shown = TranslatedString::DirectString(StringView(arguments.abbreviation));
+    if (arguments.offset_option->count() != 0) {
+        Show(ScaledOffsetUnit(unit_name, label, shown, arguments.factor, arguments.offset), arguments.value,
+             arguments.decimals);
+    } else {
+        Show(ScaledUnit(unit_name, label, shown, arguments.factor), arguments.value, arguments.decimals);
     }
-    double base = 0.0;
-    if (text == nullptr || !ReadNumber(text, base)) {
-        return UsageError(command_name, "needs a VALUE that is a number");
-    }
-    if (!have_factor) {
-        return UsageError(command_name, "needs --factor F");
-    }
-    std::unique_ptr<Unit> const unit = MakeUnit(factor, offset, have_offset, abbreviation);
-    Show(*unit, base, decimals);
     return exit_ok;
 }
 
@@ -106,22 +70,27 @@ void DemoConvert() {
                 formula.data());
 }
 
-Command const convert_command = {
-    "convert",
-    "a base value shown in a unit made of a factor and an offset, and read back",
-    "usage: qelta convert VALUE --factor F [--offset O] [--decimals N] [--abbreviation TEXT]\n\n"
-    "Makes a unit on the spot: a value in the unit is the base value * F (+ O with --offset).\n"
-    "VALUE is in the base scale (metres, degrees Celsius, ...); its leading number is read.\n"
-    "Prints:\n"
-    "  base value        VALUE as the library reads it\n"
-    "  in the unit       its text in the unit, with at most N decimals (default 2), rounded on\n"
-    "                    the decimal digits, followed by TEXT\n"
-    "  text read back    that text read again and taken back to the base scale\n"
-    "  exact round trip  the value taken to the unit and back without text\n"
-    "  step near value   a round step (1, 2.5, 5 or 10 times a power of ten in the unit) of\n"
-    "                    about the value's size, in the base scale; negative values step by 10\n"
-    "Example: qelta convert 1 --factor 3.280839895013123 --abbreviation ft\n",
-    RunConvert,
-};
+void AddConvertCommand(CLI::App & qelta) {
+    auto const arguments = std::make_shared<ConvertArguments>();
+    CLI::App & convert =
+        AddCommand(qelta, "convert", "a base value shown in a unit made of a factor and an offset, and read back",
+                   "Makes a unit on the spot: a value in the unit is the base value * F (+ O with --offset).\n"
+                   "VALUE is in the base scale (metres, degrees Celsius, ...); its leading number is read.\n"
+                   "Prints:\n"
+                   "  base value        VALUE as the library reads it\n"
+                   "  in the unit       its text in the unit, with at most N decimals (default 2), rounded on\n"
+                   "                    the decimal digits, followed by TEXT\n"
+                   "  text read back    that text read again and taken back to the base scale\n"
+                   "  exact round trip  the value taken to the unit and back without text\n"
+                   "  step near value   a round step (1, 2.5, 5 or 10 times a power of ten in the unit) of\n"
+                   "                    about the value's size, in the base scale; negative values step by 10\n"
+                   "Example: qelta convert 1 --factor 3.280839895013123 --abbreviation ft",
+                   [arguments] { return RunConvert(*arguments); });
+    AddNumber(convert, "VALUE", arguments->value, "the value in the base scale")->required();
+    AddNumber(convert, "--factor", arguments->factor, "the unit's factor")->type_name("F")->required();
+    arguments->offset_option = AddNumber(convert, "--offset", arguments->offset, "the unit's offset")->type_name("O");
+    AddCount(convert, "--decimals", arguments->decimals, 0, 999999999, "the most decimals shown (default 2)");
+    convert.add_option("--abbreviation", arguments->abbreviation, "the text shown behind the value");
+}
 
 } // namespace QELTA::Tool

@@ -8,13 +8,13 @@
 #include "Base/Time/Time.h"
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 
 namespace QELTA::Tool {
 namespace {
 
-constexpr std::string_view command_name = "csv";
 // The type letters of --types, in the order of the help text.
 constexpr std::string_view type_letters = "iuldfbxcst";
 
@@ -90,55 +90,48 @@ bool ReadTypes(std::string_view list, std::string & types) {
     return !list.empty() && list.size() % 2 == 1;
 }
 
-// A single byte, or "tab" for the tab.
-bool ReadByteOption(std::string_view text, char & value) {
-    if (text == "tab") {
-        value = '\t';
-        return true;
-    }
-    if (text.size() != 1) {
-        return false;
-    }
-    value = text[0];
-    return true;
+// Rewrites --types as its letters ("i,d,s" becomes "ids").
+CLI::Validator TypeLetters() {
+    return CLI::Validator(
+        [](std::string & list) {
+            std::string types;
+            if (!ReadTypes(list, types)) {
+                return std::string("is not a list of the letters iuldfbxcst separated by ','");
+            }
+            list = types;
+            return std::string();
+        },
+        "");
 }
 
-int RunCsv(Arguments arguments) {
-    char const * path = nullptr;
-    char delimiter = ',';
-    char quote = '"';
-    std::string types;
+// Rewrites "tab" as the tab; any other text must be one byte.
+CLI::Validator OneByte() {
+    return CLI::Validator(
+        [](std::string & text) {
+            if (text == "tab") {
+                text = "\t";
+            }
+            return text.size() == 1 ? std::string() : "is neither one byte nor 'tab'";
+        },
+        "");
+}
+
+struct CsvArguments {
+    std::string file;
+    std::string delimiter = ",";
+    std::string quote = "\"";
+    std::string types; // one letter a field
     bool ignore_empty = false;
     bool trim = false;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        std::string_view const argument(arguments[i]);
-        bool const has_value = i + 1 < arguments.size();
-        if (argument == "--delimiter" || argument == "--quote") {
-            if (!has_value || !ReadByteOption(arguments[++i], argument == "--delimiter" ? delimiter : quote)) {
-                return UsageError(command_name, "--delimiter and --quote take one character or 'tab'");
-            }
-        } else if (argument == "--types") {
-            if (!has_value || !ReadTypes(arguments[++i], types)) {
-                return UsageError(command_name, "--types takes letters of iuldfbxcst separated by ','");
-            }
-        } else if (argument == "--ignore-empty") {
-            ignore_empty = true;
-        } else if (argument == "--trim") {
-            trim = true;
-        } else if (path == nullptr && !argument.starts_with("--")) {
-            path = arguments[i];
-        } else {
-            return UsageError(command_name, "takes one FILE and the options of --help");
-        }
-    }
-    if (path == nullptr) {
-        return UsageError(command_name, "needs a FILE");
-    }
+};
+
+int RunCsv(CsvArguments const & arguments) {
     try {
-        BufferedScanner scanner(File(path), delimiter, File::READ_BINARY);
-        scanner.setQuoteCharacter(quote);
-        scanner.setIgnoreEmptyLines(ignore_empty);
-        scanner.setIgnoreWhiteSpace(trim);
+        BufferedScanner scanner(FromNativePath(arguments.file), arguments.delimiter[0], File::READ_BINARY);
+        scanner.setQuoteCharacter(arguments.quote[0]);
+        scanner.setIgnoreEmptyLines(arguments.ignore_empty);
+        scanner.setIgnoreWhiteSpace(arguments.trim);
+        std::string const & types = arguments.types;
         while (scanner.nextLine()) {
             std::printf("%llu:", scanner.getCurrentLineNumber());
             for (std::size_t field = 0; scanner.hasNext(); ++field) {
@@ -176,30 +169,39 @@ void DemoCsv() {
     std::puts("An empty number field reads as the type's empty value (NaN), and 'no' as false.");
 }
 
-Command const csv_command = {
-    "csv",
-    "the typed fields of each line of a delimited text file",
-    "usage: qelta csv FILE [--delimiter C] [--quote C] [--types T,T,...] [--ignore-empty] [--trim]\n\n"
-    "Reads FILE whole and prints each line as its number (lines counted from 1, empty ones\n"
-    "included), ':' and its fields, each behind a blank. Line feeds end lines and a carriage\n"
-    "return before one is dropped, so LF and CRLF files read alike.\n\n"
-    "--delimiter C  the field delimiter, one byte or 'tab' (default ',').\n"
-    "--quote C      the quote character (default '\"'): a delimiter between two quotes belongs to\n"
-    "               the field. A quote equal to the delimiter quotes nothing.\n"
-    "--types T,...  how to read the fields in order; fields beyond the list are text:\n"
-    "                 i  int              u  unsigned int     l  long long\n"
-    "                 d  double           f  float            b  bool (T, t, Y, y or 1 is true)\n"
-    "                 x  hexadecimal      c  the first byte   s  text, shown in [ ]\n"
-    "                 t  time in the form YYYY_MM_DD_HH_mm_ss, local time; the field behind a\n"
-    "                    time is passed over, as the library's time reader does\n"
-    "               A field that is empty or doesn't read as its type prints the type's empty\n"
-    "               value: NaN for numbers, F for bool, 0xffffffff for hexadecimal at the end of\n"
-    "               the line, [] for text. Text loses one quote at each end.\n"
-    "--ignore-empty passes over empty lines.\n"
-    "--trim         trims blanks, tabs and carriage returns at both ends of each line and steps\n"
-    "               over blanks and tabs ahead of each field.\n\n"
-    "A file that can't be opened, or one too large to be read at once, ends with exit code 1.\n",
-    RunCsv,
-};
+void AddCsvCommand(CLI::App & qelta) {
+    auto const arguments = std::make_shared<CsvArguments>();
+    CLI::App & csv =
+        AddCommand(qelta, "csv", "the typed fields of each line of a delimited text file",
+                   "Reads FILE whole and prints each line as its number (lines counted from 1, empty ones\n"
+                   "included), ':' and its fields, each behind a blank. Line feeds end lines and a carriage\n"
+                   "return before one is dropped, so LF and CRLF files read alike.\n\n"
+                   "A delimiter between two quotes belongs to the field; a quote equal to the delimiter quotes\n"
+                   "nothing. --types lists how to read the fields in order; fields beyond the list are text:\n"
+                   "  i  int              u  unsigned int     l  long long\n"
+                   "  d  double           f  float            b  bool (T, t, Y, y or 1 is true)\n"
+                   "  x  hexadecimal      c  the first byte   s  text, shown in [ ]\n"
+                   "  t  time in the form YYYY_MM_DD_HH_mm_ss, local time; the field behind a time is passed\n"
+                   "     over, as the library's time reader does\n"
+                   "A field that is empty or doesn't read as its type prints the type's empty value: NaN for\n"
+                   "numbers, F for bool, 0xffffffff for hexadecimal at the end of the line, [] for text. Text\n"
+                   "loses one quote at each end.\n\n"
+                   "--trim trims blanks, tabs and carriage returns at both ends of each line and steps over\n"
+                   "blanks and tabs ahead of each field.\n\n"
+                   "A file that can't be opened, or one too large to be read at once, ends with exit code 1.",
+                   [arguments] { return RunCsv(*arguments); });
+    csv.add_option("FILE", arguments->file, "the delimited text file")->required();
+    csv.add_option("--delimiter", arguments->delimiter, "the field delimiter, one byte or 'tab' (default ',')")
+        ->type_name("C")
+        ->transform(OneByte());
+    csv.add_option("--quote", arguments->quote, "the quote character, one byte or 'tab' (default '\"')")
+        ->type_name("C")
+        ->transform(OneByte());
+    csv.add_option("--types", arguments->types, "how to read the fields in order, such as i,d,s")
+        ->type_name("T,T,...")
+        ->transform(TypeLetters());
+    csv.add_flag("--ignore-empty", arguments->ignore_empty, "passes over empty lines");
+    csv.add_flag("--trim", arguments->trim, "trims the lines and the blanks ahead of each field");
+}
 
 } // namespace QELTA::Tool

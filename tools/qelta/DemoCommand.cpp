@@ -6,10 +6,7 @@
 namespace QELTA::Tool {
 namespace {
 
-int RunDemo(Arguments arguments) {
-    if (!arguments.empty()) {
-        return UsageError("demo", "takes no arguments");
-    }
+int RunDemo() {
     std::puts("QELTA Base - demo tour\n");
     DemoText();
     DemoUuid();
@@ -30,25 +27,23 @@ int RunDemo(Arguments arguments) {
 
 } // namespace
 
-Command const demo_command = {
-    "demo",
-    "a tour of the library's capabilities",
-    "usage: qelta demo\n\n"
-    "Runs a short tour that shows each capability of the library at work:\n"
-    "  text     growable buffers, hash maps, UTF-8 strings and typed text conversion\n"
-    "  uuid     16-byte identities, random or derived by MD5 chains\n"
-    "  number   numbers shown with decimals, digits and grouping, rounded on their digits\n"
-    "  password Base64 in both alphabets, and passwords kept scrambled and rated\n"
-    "  time     the clock, dates written and read in one format language, spans\n"
-    "  log      log records as tab-separated lines, colour blocks, progress and cancel\n"
-    "  queue    a background thread queue with locks, messages and a progress guard\n"
-    "  angle    angles in index units, the sine table and orientations as quaternions\n"
-    "  convert  values in the base scale shown in units, read back, and round steps\n"
-    "  resource an observable value whose listeners hear each change, once and in order\n"
-    "  file     paths kept normalised, their parts, and sizes in whole units\n"
-    "  folders  the system's folders and the folder variables of stored paths\n"
-    "  csv      delimited text cut into typed fields, with quotes and empty values\n",
-    RunDemo,
-};
+void AddDemoCommand(CLI::App & qelta) {
+    AddCommand(qelta, "demo", "a tour of the library's capabilities",
+               "Runs a short tour that shows each capability of the library at work:\n"
+               "  text     growable buffers, hash maps, UTF-8 strings and typed text conversion\n"
+               "  uuid     16-byte identities, random or derived by MD5 chains\n"
+               "  number   numbers shown with decimals, digits and grouping, rounded on their digits\n"
+               "  password Base64 in both alphabets, and passwords kept scrambled and rated\n"
+               "  time     the clock, dates written and read in one format language, spans\n"
+               "  log      log records as tab-separated lines, colour blocks, progress and cancel\n"
+               "  queue    a background thread queue with locks, messages and a progress guard\n"
+               "  angle    angles in index units, the sine table and orientations as quaternions\n"
+               "  convert  values in the base scale shown in units, read back, and round steps\n"
+               "  resource an observable value whose listeners hear each change, once and in order\n"
+               "  file     paths kept normalised, their parts, and sizes in whole units\n"
+               "  folders  the system's folders and the folder variables of stored paths\n"
+               "  csv      delimited text cut into typed fields, with quotes and empty values",
+               RunDemo);
+}
 
 } // namespace QELTA::Tool

@@ -8,14 +8,14 @@
 
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <map>
+#include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace QELTA::Tool {
 namespace {
-
-constexpr std::string_view command_name = "file";
 
 void PrintField(char const * label, StringView const & text) {
     std::printf("%-10s %.*s\n", label, static_cast<int>(text.size()), text.data());
@@ -41,14 +41,21 @@ char const * Shape(File const & file) {
     return file.isDirectory() ? "directory" : "file";
 }
 
-void PrintParts(File const & file) {
-    PrintField("path", file.view());
-    PrintField("drive", file.getPath(File::DRIVE));
-    PrintField("directory", file.getPath(File::DIRECTORY));
+// How PrintParts shows the paths among the parts: as the user of this system writes them, or as
+// the library keeps them.
+enum class PathForm { NATIVE, STORED };
+
+void PrintParts(File const & file, PathForm form) {
+    auto const path = [form](StringView const & text) {
+        return form == PathForm::NATIVE ? NativePath(text) : String(text);
+    };
+    PrintField("path", path(file.view()));
+    PrintField("drive", path(file.getPath(File::DRIVE)));
+    PrintField("directory", path(file.getPath(File::DIRECTORY)));
     PrintField("name", file.getPath(File::NAME));
     PrintField("extension", file.getPath(File::EXTENSION));
     PrintField("folder", file.getFolderName(false));
-    PrintField("parent", file.getParentDirectory().view());
+    PrintField("parent", path(file.getParentDirectory().view()));
     PrintField("shape", Shape(file));
 }
 
@@ -71,13 +78,20 @@ void PrintDisk(File const & file) {
     PrintField("cache", cache.view());
 }
 
-int RunInfo(Arguments arguments) {
-    if (arguments.size() != 1) {
-        return UsageError(command_name, "'info' needs one PATH");
-    }
+// The arguments of the verbs; one invocation runs one verb, so they share them.
+struct FileArguments {
+    std::string path;   // PATH, SRC or FOLDER
+    std::string target; // DST
+    std::string pattern;
+    std::string sort = "name";
+    bool recursive = false;
+    bool keep = false;
+};
+
+int RunInfo(FileArguments const & arguments) {
     try {
-        File const file(arguments[0]);
-        PrintParts(file);
+        File const file = FromNativePath(arguments.path);
+        PrintParts(file, PathForm::NATIVE);
         PrintDisk(file);
     } catch (FileException const & failure) {
         return Failure("file", failure);
@@ -104,58 +118,26 @@ constexpr FindOrder find_orders[] = {
     {"type", File::typeSort},
 };
 
-int RunFind(Arguments arguments) {
-    char const * positional[2] = {nullptr, nullptr};
-    unsigned int positional_count = 0;
-    bool recursive = false;
-    FindOrder const * order = &find_orders[0];
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        std::string_view const argument(arguments[i]);
-        if (argument == "--recursive") {
-            recursive = true;
-        } else if (argument == "--sort") {
-            if (++i == arguments.size()) {
-                return UsageError(command_name, "'--sort' needs name, date, size or type");
-            }
-            order = nullptr;
-            for (FindOrder const & candidate : find_orders) {
-                if (candidate.name == arguments[i]) {
-                    order = &candidate;
-                }
-            }
-            if (order == nullptr) {
-                return UsageError(command_name, "'--sort' takes name, date, size or type");
-            }
-        } else if (argument.starts_with("--") || positional_count == 2) {
-            return UsageError(command_name, "'find' takes FOLDER PATTERN [--recursive] [--sort ORDER]");
-        } else {
-            positional[positional_count++] = arguments[i];
-        }
-    }
-    if (positional_count != 2) {
-        return UsageError(command_name, "'find' needs a FOLDER and a PATTERN");
-    }
+int RunFind(FileArguments const & arguments) {
     try {
-        File folder(positional[0]);
+        File folder = FromNativePath(arguments.path);
         folder.expandEnvironmentalVars();
-        FileBuffer found = folder.getChildrenMatching(StringView(positional[1]), recursive);
-        found.sort(order->less);
+        FileBuffer found = folder.getChildrenMatching(StringView(arguments.pattern), arguments.recursive);
+        for (FindOrder const & order : find_orders) {
+            if (order.name == arguments.sort) {
+                found.sort(order.less);
+            }
+        }
         for (File const & entry : found) {
             String const size = entry.isDirectory() ? String("folder") : File::FileSizeToString(entry.fileSize());
-            StringView const relative = entry.view().substr(folder.size());
-            std::printf("%8s  %.*s\n", size.c_str(), static_cast<int>(relative.size()), relative.data());
+            String const relative = NativePath(entry.view().substr(folder.size()));
+            std::printf("%8s  %s\n", size.c_str(), relative.c_str());
         }
-        std::printf("%u found in %s\n", found.size(), folder.c_str());
+        std::printf("%u found in %s\n", found.size(), NativePath(folder).c_str());
     } catch (FileException const & failure) {
         return Failure("file", failure);
     }
     return exit_ok;
-}
-
-String English(TranslatedString const & text) {
-    String english = text.englishDefine();
-    text.replaceVals(english);
-    return english;
 }
 
 // Shows each progress source as one line that is rewritten in place, "\r<title> 42%", ended by a
@@ -166,7 +148,7 @@ class ProgressLinePipe : public InfoPipe {
     void addMessage(unsigned int index, TranslatedString const & text, unsigned char) override {
         if (titles_.count(index) == 0) {
             endLine();
-            std::printf("%s\n", English(text).c_str());
+            std::printf("%s\n", NativeEnglish(text).c_str());
         }
     }
     void addMessage(unsigned int index, StringView const & text, unsigned char) override {
@@ -183,7 +165,7 @@ class ProgressLinePipe : public InfoPipe {
     void addInput(StringView const &) override {}
     void addInput(StringView const &, unsigned int) override {}
     void addProgressSource(TranslatedString const & title, unsigned int index, float) override {
-        titles_[index] = English(title);
+        titles_[index] = NativeEnglish(title);
     }
     unsigned int addProgressSource(TranslatedString const & title, float progress) override {
         unsigned int const index = NewId();
@@ -236,54 +218,20 @@ class ProgressLinePipe : public InfoPipe {
 };
 
 // Copies or moves SRC to DST with the progress shown; `--keep` leaves an existing target alone.
-int RunTransfer(Arguments arguments, bool move) {
-    bool overwrite = true;
-    char const * paths[2] = {};
-    unsigned int count = 0;
-    for (char const * argument : arguments) {
-        if (std::strcmp(argument, "--keep") == 0) {
-            overwrite = false;
-        } else if (count < 2) {
-            paths[count++] = argument;
-        } else {
-            count = 3;
-        }
-    }
-    if (count != 2) {
-        return UsageError(command_name, move ? "'move' needs SRC and DST" : "'copy' needs SRC and DST");
-    }
+int RunTransfer(FileArguments const & arguments, bool move) {
     ProgressLinePipe pipe;
     try {
-        File source(paths[0]);
-        File target(paths[1]);
+        File source = FromNativePath(arguments.path);
+        File target = FromNativePath(arguments.target);
         if (move) {
-            source.moveTo(target, overwrite, LogPtr(&pipe), false);
+            source.moveTo(target, !arguments.keep, LogPtr(&pipe), false);
         } else {
-            source.copyTo(target, overwrite, LogPtr(&pipe));
+            source.copyTo(target, !arguments.keep, LogPtr(&pipe));
         }
     } catch (FileException const & failure) {
         return Failure("file", failure);
     }
     return exit_ok;
-}
-
-int RunCopy(Arguments arguments) {
-    return RunTransfer(arguments, false);
-}
-
-int RunMove(Arguments arguments) {
-    return RunTransfer(arguments, true);
-}
-
-constexpr Verb verbs[] = {
-    {"info", RunInfo},
-    {"copy", RunCopy},
-    {"move", RunMove},
-    {"find", RunFind},
-};
-
-int RunFile(Arguments arguments) {
-    return RunVerb(command_name, arguments, verbs);
 }
 
 } // namespace
@@ -292,54 +240,78 @@ void DemoFile() {
     std::puts("\n== File");
     std::puts("A path is kept normalised: backslash separators, no doubled ones, refused characters as '_':");
     File const file("C:/Projects//survey?/points.2021.csv");
-    PrintParts(file);
+    PrintParts(file, PathForm::STORED);
     std::puts("Sizes are shown in whole units:");
     for (unsigned long long const bytes : {1023ull, 1024ull, 1536ull, 5ull << 30}) {
         std::printf("%llu bytes -> %s\n", bytes, File::FileSizeToString(bytes).c_str());
     }
 }
 
-Command const file_command = {
-    "file",
-    "paths as the library keeps them, their parts and metadata",
-    "usage: qelta file info PATH\n"
-    "       qelta file copy SRC DST [--keep]\n"
-    "       qelta file move SRC DST [--keep]\n"
-    "       qelta file find FOLDER PATTERN [--recursive] [--sort name|date|size|type]\n\n"
-    "info  normalises PATH as every File does (separators become backslashes, doubled ones\n"
-    "      collapse, the characters \" * < > ? | and control bytes become '_', except in a\n"
-    "      device path that begins with '<'), then prints the text and its parts: drive,\n"
-    "      directory, name and extension, the folder name, the parent folder and the shape\n"
-    "      (file, directory, drive or device). Then it asks the disk: whether the path exists,\n"
-    "      its size in bytes and in whole units, the modification, access and creation times\n"
-    "      in UTC (\"unknown\" where the disk has none), whether it is hidden (its name begins\n"
-    "      with '.'), and the cache record in its stored form\n"
-    "      \"flags*size*modified*accessed*created\". The disk is reached through the system's\n"
-    "      own form of the path, with '/' for '\\'.\n\n"
-    "find  lists the entries of FOLDER whose whole path, in the library's form with backslashes,\n"
-    "      matches one of the wildcard PATTERNs separated by ',' ('*' any run, '?' one byte, with\n"
-    "      case; so \"*.txt\" and not \"txt\"). FOLDER is made absolute first and may be given\n"
-    "      without its trailing separator. Names beginning with '.' are never listed, folders are\n"
-    "      listed like files, and --recursive descends into every subfolder, breadth-first. Each\n"
-    "      line shows the size in whole units (\"folder\" for a folder) and the path relative to\n"
-    "      FOLDER; sizes and times come from the listing itself. --sort orders by name (then the\n"
-    "      whole path; the default), date (the latest access first), size (the largest first) or\n"
-    "      type (extension, then name). A last line counts the entries. A missing FOLDER, or one\n"
-    "      that is a file, ends with exit code 1.\n\n"
-    "copy  copies the file or folder SRC to DST. A DST that ends in a separator is a folder:\n"
-    "      a file goes into it under its own name, a folder's content is copied into it, tree\n"
-    "      and all. A file is written to a temporary file beside DST and renamed into place\n"
-    "      only when complete, with the mode and times of SRC, so DST is either whole or as it\n"
-    "      was. The progress of each file is shown on one line, \"Copying SRC to DST 42%\",\n"
-    "      rewritten as it grows.\n"
-    "move  moves SRC to DST and says so (\"Moving SRC to DST\"). On one file system this is a\n"
-    "      rename; to another one it is a copy and then a delete of SRC. A DST that ends in a\n"
-    "      separator receives the content of the folder SRC.\n"
-    "      Both replace an existing DST unless --keep is given, which leaves it alone and\n"
-    "      still succeeds. A failure prints the reason (\"File could not be copied: ...\",\n"
-    "      \"Permission Denied\", ...) and the file it concerns, and exits with code 1.\n\n"
-    "A path of 324 bytes or more after normalisation is refused with exit code 1.\n",
-    RunFile,
-};
+void AddFileCommand(CLI::App & qelta) {
+    CLI::App & file = AddCommand(qelta, "file", "paths as the library keeps them, their parts and metadata",
+                                 "A path of 324 bytes or more after normalisation is refused with exit code 1.");
+    auto const arguments = std::make_shared<FileArguments>();
+
+    AddCommand(file, "info", "normalises PATH, prints its parts and what the disk says about it",
+               "Normalises PATH as every File does (doubled separators collapse, the characters\n"
+               "\" * < > ? | and control bytes become '_', except in a device path that begins with '<'),\n"
+               "then prints the path and its parts: drive, directory, name and extension, the folder\n"
+               "name, the parent folder and the shape (file, directory, drive or device). Then it asks\n"
+               "the disk: whether the path exists, its size in bytes and in whole units, the\n"
+               "modification, access and creation times in UTC (\"unknown\" where the disk has none),\n"
+               "whether it is hidden (its name begins with '.'), and the cache record in its stored form\n"
+               "\"flags*size*modified*accessed*created\". Inside the library the separator is '\\'.",
+               [arguments] { return RunInfo(*arguments); })
+        .add_option("PATH", arguments->path, "the path")
+        ->required();
+
+    std::string const transfer_help =
+        "An existing DST is replaced unless --keep is given, which leaves it alone and still\n"
+        "succeeds. A failure prints the reason (\"File could not be copied: ...\", \"Permission\n"
+        "Denied\", ...) and the file it concerns, and exits with code 1.";
+    CLI::App & copy =
+        AddCommand(file, "copy", "copies the file or folder SRC to DST",
+                   "A DST that ends in a separator is a folder: a file goes into it under its own name, a\n"
+                   "folder's content is copied into it, tree and all. A file is written to a temporary file\n"
+                   "beside DST and renamed into place only when complete, with the mode and times of SRC, so\n"
+                   "DST is either whole or as it was. The progress of each file is shown on one line,\n"
+                   "\"Copying SRC to DST 42%\", rewritten as it grows.\n" +
+                       transfer_help,
+                   [arguments] { return RunTransfer(*arguments, false); });
+    CLI::App & move =
+        AddCommand(file, "move", "moves SRC to DST and says so",
+                   "Prints \"Moving SRC to DST\". On one file system this is a rename; to another one it is a\n"
+                   "copy and then a delete of SRC. A DST that ends in a separator receives the content of the\n"
+                   "folder SRC.\n" +
+                       transfer_help,
+                   [arguments] { return RunTransfer(*arguments, true); });
+    for (CLI::App * transfer : {&copy, &move}) {
+        transfer->add_option("SRC", arguments->path, "the file or folder")->required();
+        transfer->add_option("DST", arguments->target, "the target; a folder when it ends in '/'")->required();
+        transfer->add_flag("--keep", arguments->keep, "leaves an existing DST alone");
+    }
+
+    std::vector<std::string> order_names;
+    for (FindOrder const & order : find_orders) {
+        order_names.emplace_back(order.name);
+    }
+    CLI::App & find =
+        AddCommand(file, "find", "lists the entries of FOLDER that match PATTERN",
+                   "Lists the entries of FOLDER whose whole path, in the library's form with '\\' for '/',\n"
+                   "matches one of the wildcard PATTERNs separated by ',' ('*' any run, '?' one byte, with\n"
+                   "case; so \"*.txt\" and not \"txt\"). FOLDER is made absolute first and may be given\n"
+                   "without its trailing separator. Names beginning with '.' are never listed, folders are\n"
+                   "listed like files, and --recursive descends into every subfolder, breadth-first. Each\n"
+                   "line shows the size in whole units (\"folder\" for a folder) and the path relative to\n"
+                   "FOLDER; sizes and times come from the listing itself. --sort orders by name (then the\n"
+                   "whole path; the default), date (the latest access first), size (the largest first) or\n"
+                   "type (extension, then name). A last line counts the entries. A missing FOLDER, or one\n"
+                   "that is a file, ends with exit code 1.",
+                   [arguments] { return RunFind(*arguments); });
+    find.add_option("FOLDER", arguments->path, "the folder to list")->required();
+    find.add_option("PATTERN", arguments->pattern, "wildcards separated by ','")->required();
+    find.add_flag("--recursive", arguments->recursive, "descends into every subfolder");
+    find.add_option("--sort", arguments->sort, "the order (default name)")->check(CLI::IsMember(order_names));
+}
 
 } // namespace QELTA::Tool

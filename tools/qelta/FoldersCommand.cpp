@@ -7,13 +7,14 @@
 #include "Base/Files/FileResource.h"
 
 #include <cstdio>
+#include <memory>
+#include <optional>
 #include <span>
-#include <string_view>
+#include <string>
 
 namespace QELTA::Tool {
 namespace {
 
-constexpr std::string_view command_name = "folders";
 constexpr char not_found_text[] = "(not found)";
 
 struct NamedFolder {
@@ -63,7 +64,7 @@ void PrintFolders(char const * heading, std::span<NamedFolder const> folders) {
     std::printf("%s\n", heading);
     for (NamedFolder const & named : folders) {
         File const folder = named.folder();
-        std::printf("  %-17s %s\n", named.label, folder.isEmpty() ? not_found_text : folder.c_str());
+        std::printf("  %-17s %s\n", named.label, folder.isEmpty() ? not_found_text : NativePath(folder).c_str());
     }
 }
 
@@ -79,54 +80,31 @@ void PrintVariables() {
         std::puts("  (none)");
     }
     for (auto const & [key, value] : FileResource::FileEnvVariables()) {
-        std::printf("  %s = %s\n", key.c_str(), value.c_str());
+        std::printf("  %s = %s\n", key.c_str(), NativePath(value.view()).c_str());
     }
 }
 
-// Takes the value behind the option at `index` and steps over it; false when there is none.
-bool ReadValue(Arguments arguments, std::size_t & index, char const *& value) {
-    if (index + 1 >= arguments.size()) {
-        return false;
-    }
-    value = arguments[++index];
-    return true;
-}
-
-int RunFolders(Arguments arguments) {
-    char const * context = nullptr;
-    char const * project = nullptr;
-    char const * expand = nullptr;
+struct FoldersArguments {
+    std::optional<std::string> context;
+    std::optional<std::string> project;
+    std::optional<std::string> expand;
     bool system_only = false;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        std::string_view const argument(arguments[i]);
-        if (argument == "--system") {
-            system_only = true;
-            continue;
-        }
-        char const ** target = argument == "--context"   ? &context
-                               : argument == "--project" ? &project
-                               : argument == "--expand"  ? &expand
-                                                         : nullptr;
-        if (target == nullptr) {
-            return UsageError(command_name, "takes only --system, --context NAME, --project FOLDER and --expand PATH");
-        }
-        if (!ReadValue(arguments, i, *target)) {
-            return UsageError(command_name, "an option needs its value");
-        }
-    }
+};
+
+int RunFolders(FoldersArguments const & arguments) {
     try {
-        if (context != nullptr) {
-            FileResource::SetAppContextName(String(context));
+        if (arguments.context) {
+            FileResource::SetAppContextName(String(*arguments.context));
         }
-        if (project != nullptr) {
-            File folder(project);
+        if (arguments.project) {
+            File folder = FromNativePath(*arguments.project);
             folder.expandEnvironmentalVars();
             FileResource::FileEnvVariables()[ProjectKey()] = String(folder.view());
         }
-        if (expand != nullptr) {
-            File path(expand);
+        if (arguments.expand) {
+            File path = FromNativePath(*arguments.expand);
             path.expandEnvironmentalVars();
-            std::printf("%s\n", path.c_str());
+            std::printf("%s\n", NativePath(path).c_str());
             return exit_ok;
         }
     } catch (FileException const & failure) {
@@ -134,7 +112,7 @@ int RunFolders(Arguments arguments) {
     }
     std::printf("context name        %s\n", FileResource::AppContextName().c_str());
     PrintFolders("system folders", system_folders);
-    if (!system_only) {
+    if (!arguments.system_only) {
         PrintFolders("toolkit folders (made when missing)", toolkit_folders);
     }
     PrintVariables();
@@ -157,32 +135,34 @@ void DemoFolders() {
     FileResource::FileEnvVariables().erase(key);
 }
 
-Command const folders_command = {
-    "folders",
-    "the system's folders, the library's own folders and the folder variables",
-    "usage: qelta folders [--system] [--context NAME] [--project FOLDER] [--expand PATH]\n\n"
-    "Lists where the library finds the system's folders: the running program, the folder for\n"
-    "installed programs (/opt), the machine-wide data folder (/var/lib when it is writable,\n"
-    "else the user data folder), the user data folder ($XDG_DATA_HOME, else\n"
-    "~/.local/share), the documents and downloads folders (as ~/.config/user-dirs.dirs names\n"
-    "them, else ~/Documents and ~/Downloads) and the temporary folder ($TMPDIR, else /tmp).\n"
-    "\"(not found)\" marks a folder the system can't name, for instance without HOME.\n\n"
-    "Then the library's own folders, built on them: the resources beside the program, the\n"
-    "program's, the toolkit's and the user's data folders (QELTA\\NAME\\ inside the machine and\n"
-    "user data folders), and the settings, library, models, translations, temporary and sync\n"
-    "folders inside those. The four first are made when missing; one that can't be made is\n"
-    "replaced by the same folder inside the temporary folder. Last the folder variables: texts\n"
-    "that a path may hold and that are replaced by their value when the path is expanded.\n\n"
-    "--system         lists the system's folders and the variables only, and so makes nothing\n"
-    "--context NAME   the application's context name that the program and user folders are\n"
-    "                 named after (\"Unnamed\" when not given; an empty NAME names the user\n"
-    "                 folder \"Unnamed\" and leaves the program folder without a name)\n"
-    "--project FOLDER sets the variable ${QELTA_PROJECT_FOLDER} to FOLDER made absolute\n"
-    "--expand PATH    prints PATH expanded as every stored path is (variables replaced, made\n"
-    "                 absolute, a separator added when it names an existing folder) and\n"
-    "                 nothing else\n\n"
-    "Paths are shown in the library's form, with backslashes.\n",
-    RunFolders,
-};
+void AddFoldersCommand(CLI::App & qelta) {
+    auto const arguments = std::make_shared<FoldersArguments>();
+    CLI::App & folders =
+        AddCommand(qelta, "folders", "the system's folders, the library's own folders and the folder variables",
+                   "Lists where the library finds the system's folders: the running program, the folder for\n"
+                   "installed programs (/opt), the machine-wide data folder (/var/lib when it is writable,\n"
+                   "else the user data folder), the user data folder ($XDG_DATA_HOME, else\n"
+                   "~/.local/share), the documents and downloads folders (as ~/.config/user-dirs.dirs names\n"
+                   "them, else ~/Documents and ~/Downloads) and the temporary folder ($TMPDIR, else /tmp).\n"
+                   "\"(not found)\" marks a folder the system can't name, for instance without HOME.\n\n"
+                   "Then the library's own folders, built on them: the resources beside the program, the\n"
+                   "program's, the toolkit's and the user's data folders (QELTA/NAME/ inside the machine and\n"
+                   "user data folders), and the settings, library, models, translations, temporary and sync\n"
+                   "folders inside those. The four first are made when missing; one that can't be made is\n"
+                   "replaced by the same folder inside the temporary folder. Last the folder variables: texts\n"
+                   "that a path may hold and that are replaced by their value when the path is expanded.\n\n"
+                   "The context NAME is \"Unnamed\" when not given; an empty NAME names the user folder\n"
+                   "\"Unnamed\" and leaves the program folder without a name. --expand replaces the variables,\n"
+                   "makes PATH absolute and adds a separator when it names an existing folder.",
+                   [arguments] { return RunFolders(*arguments); });
+    folders.add_flag("--system", arguments->system_only, "lists the system's folders and the variables only");
+    folders
+        .add_option("--context", arguments->context, "the context name the program and user folders are named after")
+        ->type_name("NAME");
+    folders.add_option("--project", arguments->project, "sets ${QELTA_PROJECT_FOLDER} to FOLDER made absolute")
+        ->type_name("FOLDER");
+    folders.add_option("--expand", arguments->expand, "prints PATH expanded as every stored path is, and nothing else")
+        ->type_name("PATH");
+}
 
 } // namespace QELTA::Tool

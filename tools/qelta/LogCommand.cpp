@@ -10,13 +10,13 @@
 #include "Base/Text/StringStream.h"
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 
 namespace QELTA::Tool {
 namespace {
 
-constexpr std::string_view command_name = "log";
 constexpr unsigned char default_level = 2;
 constexpr unsigned int default_steps = 5;
 constexpr int bar_width = 20;
@@ -84,29 +84,17 @@ void PrintRecord(LogMessage const & message, bool plain) {
     std::printf("%.*s\n", static_cast<int>(out.size()), out.data());
 }
 
-int RunFormat(Arguments arguments) {
-    char const * text = nullptr;
+// The arguments of the verbs; one invocation runs one verb, so they share them.
+struct LogArguments {
+    std::string text;
     unsigned int level = default_level;
     bool plain = false;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        std::string_view const argument(arguments[i]);
-        if (argument == "--plain") {
-            plain = true;
-        } else if (argument == "--level") {
-            if (i + 1 == arguments.size() || !ReadCount(arguments[i + 1], 0, 255, level)) {
-                return UsageError(command_name, "--level needs a number from 0 to 255");
-            }
-            ++i;
-        } else if (text == nullptr) {
-            text = arguments[i];
-        } else {
-            return UsageError(command_name, "'format' takes one TEXT");
-        }
-    }
-    if (text == nullptr) {
-        return UsageError(command_name, "'format' needs a TEXT");
-    }
-    PrintRecord(LogMessage(Unescape(text), static_cast<unsigned char>(level)), plain);
+    unsigned int steps = default_steps;
+    unsigned int cancel_at = 0;
+};
+
+int RunFormat(LogArguments const & arguments) {
+    PrintRecord(LogMessage(Unescape(arguments.text), static_cast<unsigned char>(arguments.level)), arguments.plain);
     return exit_ok;
 }
 
@@ -122,11 +110,8 @@ void PrintBlocks(LogMessage const & message) {
     }
 }
 
-int RunBlocks(Arguments arguments) {
-    if (arguments.size() != 1) {
-        return UsageError(command_name, "'blocks' needs one TEXT");
-    }
-    PrintBlocks(LogMessage(Unescape(arguments[0]), default_level));
+int RunBlocks(LogArguments const & arguments) {
+    PrintBlocks(LogMessage(Unescape(arguments.text), default_level));
     return exit_ok;
 }
 
@@ -160,42 +145,12 @@ unsigned int RunSteps(MemoryInfoPipe & pipe, unsigned int steps, unsigned int ca
     return done;
 }
 
-int RunProgress(Arguments arguments) {
-    unsigned int steps = default_steps;
-    unsigned int cancel_at = 0;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        std::string_view const argument(arguments[i]);
-        bool const has_value = i + 1 < arguments.size();
-        if (argument == "--steps" && has_value && ReadCount(arguments[i + 1], 1, 1000, steps)) {
-            ++i;
-        } else if (argument == "--cancel-at" && has_value && ReadCount(arguments[i + 1], 0, 1000, cancel_at)) {
-            ++i;
-        } else {
-            return UsageError(command_name, "'progress' takes --steps N (1 to 1000) and --cancel-at K");
-        }
-    }
+int RunProgress(LogArguments const & arguments) {
     MemoryInfoPipe pipe;
-    unsigned int const done = RunSteps(pipe, steps, cancel_at);
+    unsigned int const done = RunSteps(pipe, arguments.steps, arguments.cancel_at);
     std::printf("after the scope: live sources %zu, cancel guards %u, %u of %u steps done\n",
-                pipe.progressSources().size(), pipe.cancelGuardCount(), done, steps);
+                pipe.progressSources().size(), pipe.cancelGuardCount(), done, arguments.steps);
     return exit_ok;
-}
-
-int RunLog(Arguments arguments) {
-    if (arguments.empty()) {
-        return UsageError(command_name, "needs a verb: format, blocks or progress");
-    }
-    std::string_view const verb(arguments[0]);
-    if (verb == "format") {
-        return RunFormat(arguments.subspan(1));
-    }
-    if (verb == "blocks") {
-        return RunBlocks(arguments.subspan(1));
-    }
-    if (verb == "progress") {
-        return RunProgress(arguments.subspan(1));
-    }
-    return UsageError(command_name, "unknown verb");
 }
 
 } // namespace
@@ -212,25 +167,42 @@ void DemoLog() {
     RunSteps(pipe, 4, 2);
 }
 
-Command const log_command = {
-    "log",
-    "log records, their colour blocks, progress and cancel",
-    "usage: qelta log format TEXT [--level N] [--plain]\n"
-    "       qelta log blocks TEXT\n"
-    "       qelta log progress [--steps N] [--cancel-at K]\n\n"
-    "format    makes a record of TEXT now, at level N (0 to 255, default 2), and prints its\n"
-    "          stored form: four fields separated by tabs, the time in UTC as\n"
-    "          \"YY-MM-DD HH:mm:ss:ffffff\", the text with tab, newline and carriage return shown\n"
-    "          as \\t, \\n and \\r and colour sequences removed, the level and the session number\n"
-    "          of this run. --plain prints the text field alone.\n"
-    "blocks    cuts TEXT at its ANSI colour sequences (ESC [ codes letter) and prints each code\n"
-    "          list with the text it applies to; text before the first sequence has code 0.\n"
-    "progress  runs N steps (default 5) under a progress source and a cancel guard on an\n"
-    "          in-memory pipe; with --cancel-at K a cancel request arrives after step K and the\n"
-    "          job stops before the next step. Shows that both guards leave the pipe at the end.\n\n"
-    "In TEXT, \\e and \\033 stand for the escape byte, and \\t, \\n, \\r and \\\\ for a tab, a\n"
-    "newline, a carriage return and a backslash.\n",
-    RunLog,
-};
+void AddLogCommand(CLI::App & qelta) {
+    std::string const escapes =
+        "In TEXT, \\e and \\033 stand for the escape byte, and \\t, \\n, \\r and \\\\ for a tab, a\n"
+        "newline, a carriage return and a backslash.";
+    CLI::App & log = AddCommand(qelta, "log", "log records, their colour blocks, progress and cancel", escapes);
+    auto const arguments = std::make_shared<LogArguments>();
+
+    CLI::App & format =
+        AddCommand(log, "format", "makes a record of TEXT and prints its stored form",
+                   "Makes a record of TEXT now, at level N, and prints its stored form: four fields separated\n"
+                   "by tabs, the time in UTC as \"YY-MM-DD HH:mm:ss:ffffff\", the text with tab, newline and\n"
+                   "carriage return shown as \\t, \\n and \\r and colour sequences removed, the level and the\n"
+                   "session number of this run. --plain prints the text field alone.\n\n" +
+                       escapes,
+                   [arguments] { return RunFormat(*arguments); });
+    format.add_option("TEXT", arguments->text, "the text of the record")->required();
+    AddCount(format, "--level", arguments->level, 0, 255, "the level, from 0 to 255 (default 2)");
+    format.add_flag("--plain", arguments->plain, "prints the text field alone");
+
+    AddCommand(log, "blocks", "cuts TEXT at its ANSI colour sequences",
+               "Cuts TEXT at its ANSI colour sequences (ESC [ codes letter) and prints each code list\n"
+               "with the text it applies to; text before the first sequence has code 0.\n\n" +
+                   escapes,
+               [arguments] { return RunBlocks(*arguments); })
+        .add_option("TEXT", arguments->text, "the text with colour sequences")
+        ->required();
+
+    CLI::App & progress =
+        AddCommand(log, "progress", "runs steps under a progress source and a cancel guard",
+                   "Runs N steps under a progress source and a cancel guard on an in-memory pipe; with\n"
+                   "--cancel-at K a cancel request arrives after step K and the job stops before the next\n"
+                   "step. Shows that both guards leave the pipe at the end.",
+                   [arguments] { return RunProgress(*arguments); });
+    AddCount(progress, "--steps", arguments->steps, 1, 1000, "the steps, from 1 to 1000 (default 5)");
+    AddCount(progress, "--cancel-at", arguments->cancel_at, 0, 1000, "the step after which cancel is asked (0: never)")
+        ->type_name("K");
+}
 
 } // namespace QELTA::Tool

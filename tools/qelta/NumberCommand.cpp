@@ -5,41 +5,22 @@
 #include "Base/Text/StringStream.h"
 
 #include <cstdio>
-#include <string_view>
+#include <memory>
+#include <string>
 
 namespace QELTA::Tool {
 namespace {
 
-constexpr std::string_view command_name = "number";
-
-int RunNumber(Arguments arguments) {
-    char const * text = nullptr;
+struct NumberArguments {
+    std::string text;
     unsigned int decimals = 0;
     unsigned int min_digits = 0;
-    bool have_decimals = false;
     bool comma = false;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        std::string_view const argument(arguments[i]);
-        if (argument == "--comma") {
-            comma = true;
-        } else if (argument == "--decimals" || argument == "--min-digits") {
-            unsigned int & target = argument == "--decimals" ? decimals : min_digits;
-            if (i + 1 == arguments.size() || !ReadCount(arguments[i + 1], 0, 999999999, target)) {
-                return UsageError(command_name, "--decimals and --min-digits need a whole number");
-            }
-            have_decimals = have_decimals || argument == "--decimals";
-            ++i;
-        } else if (text == nullptr) {
-            text = arguments[i];
-        } else {
-            return UsageError(command_name, "takes one TEXT");
-        }
-    }
-    if (text == nullptr || !have_decimals) {
-        return UsageError(command_name, "needs a TEXT and --decimals N");
-    }
-    String shown(text);
-    shown.formatNumberString(comma, decimals, decimals, min_digits, '.', ',');
+};
+
+int RunNumber(NumberArguments const & arguments) {
+    String shown(arguments.text);
+    shown.formatNumberString(arguments.comma, arguments.decimals, arguments.decimals, arguments.min_digits, '.', ',');
     std::puts(shown.c_str());
     return exit_ok;
 }
@@ -63,15 +44,19 @@ void DemoNumber() {
                 String::ToAlphaString(27).c_str(), String::ToAlphaString(702).c_str());
 }
 
-Command const number_command = {
-    "number",
-    "numbers that are already text, shown with decimals, digits and grouping",
-    "usage: qelta number TEXT --decimals N [--comma] [--min-digits N]\n\n"
-    "Rounds TEXT on its decimal digits (half away from zero) to N decimals, pads the integer part\n"
-    "with zeros to --min-digits digits, and groups it by three with --comma. TEXT may already be\n"
-    "grouped. A negative exponent shows as 0; a positive one appends zeros to the integer digits.\n"
-    "Failures print NaN, Inf, BIG (more than 63 integer digits) or SMALL.\n",
-    RunNumber,
-};
+void AddNumberCommand(CLI::App & qelta) {
+    auto const arguments = std::make_shared<NumberArguments>();
+    CLI::App & number =
+        AddCommand(qelta, "number", "numbers that are already text, shown with decimals, digits and grouping",
+                   "Rounds TEXT on its decimal digits (half away from zero) to N decimals, pads the integer part\n"
+                   "with zeros to --min-digits digits, and groups it by three with --comma. TEXT may already be\n"
+                   "grouped. A negative exponent shows as 0; a positive one appends zeros to the integer digits.\n"
+                   "Failures print NaN, Inf, BIG (more than 63 integer digits) or SMALL.",
+                   [arguments] { return RunNumber(*arguments); });
+    number.add_option("TEXT", arguments->text, "the number as text")->required();
+    AddCount(number, "--decimals", arguments->decimals, 0, 999999999, "the decimals shown")->required();
+    AddCount(number, "--min-digits", arguments->min_digits, 0, 999999999, "the least integer digits shown");
+    number.add_flag("--comma", arguments->comma, "groups the integer digits by three with ','");
+}
 
 } // namespace QELTA::Tool

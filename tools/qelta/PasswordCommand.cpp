@@ -6,12 +6,11 @@
 #include "Base/Text/PasswordString.h"
 
 #include <cstdio>
-#include <string_view>
+#include <memory>
+#include <string>
 
 namespace QELTA::Tool {
 namespace {
-
-constexpr std::string_view command_name = "password";
 
 void PrintStrength(char const * plain) {
     PasswordString const password = PasswordString::Encode(plain);
@@ -22,20 +21,6 @@ void PrintStrength(char const * plain) {
     StringStream<PasswordString::Strength>::toDisplayString(strength, display);
     std::printf("%-20s %.*s (%s)\n", plain, static_cast<int>(name.size()), name.data(),
                 display.englishTranslation().c_str());
-}
-
-int Strength(Arguments arguments) {
-    if (arguments.size() != 1) {
-        return UsageError(command_name, "'strength' takes one TEXT");
-    }
-    PrintStrength(arguments[0]);
-    return exit_ok;
-}
-
-constexpr Verb verbs[] = {{"strength", Strength}};
-
-int RunPassword(Arguments arguments) {
-    return RunVerb(command_name, arguments, verbs);
 }
 
 } // namespace
@@ -53,14 +38,19 @@ void DemoPassword() {
     }
 }
 
-Command const password_command = {
-    "password",
-    "the strength of a password",
-    "usage: qelta password strength TEXT\n\n"
-    "Rates TEXT from VERY_WEAK to VERY_STRONG: a score from its length beyond 7, one point for\n"
-    "each of upper case, lower case, digits and symbols, minus 2 for a run of four equal bytes,\n"
-    "weighed with an entropy estimate; six common passwords are always VERY_WEAK.\n",
-    RunPassword,
-};
+void AddPasswordCommand(CLI::App & qelta) {
+    CLI::App & password = AddCommand(qelta, "password", "the strength of a password", "");
+    auto const text = std::make_shared<std::string>();
+    AddCommand(password, "strength", "rates TEXT from VERY_WEAK to VERY_STRONG",
+               "Rates TEXT by a score from its length beyond 7, one point for each of upper case, lower\n"
+               "case, digits and symbols, minus 2 for a run of four equal bytes, weighed with an entropy\n"
+               "estimate; six common passwords are always VERY_WEAK.",
+               [text] {
+                   PrintStrength(text->c_str());
+                   return exit_ok;
+               })
+        .add_option("TEXT", *text, "the password")
+        ->required();
+}
 
 } // namespace QELTA::Tool

@@ -10,13 +10,12 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <string_view>
+#include <memory>
 #include <thread>
 
 namespace QELTA::Tool {
 namespace {
 
-constexpr std::string_view command_name = "queue";
 constexpr unsigned int largest_task_count = 1000;
 
 // Runs `tasks` tasks on a queue; each reports a message and its share of the progress. Returns
@@ -56,22 +55,6 @@ void RunQueue(unsigned int tasks) {
                 pipe.progressSources().size());
 }
 
-int RunQueueCommand(Arguments arguments) {
-    unsigned int tasks = 5;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        std::string_view const argument(arguments[i]);
-        if (argument == "--tasks" && i + 1 < arguments.size()) {
-            if (!ReadCount(arguments[++i], 1, largest_task_count, tasks)) {
-                return UsageError(command_name, "--tasks needs a whole number from 1 to 1000");
-            }
-        } else {
-            return UsageError(command_name, "takes only --tasks N");
-        }
-    }
-    RunQueue(tasks);
-    return exit_ok;
-}
-
 } // namespace
 
 void DemoQueue() {
@@ -81,15 +64,19 @@ void DemoQueue() {
     RunQueue(3);
 }
 
-Command const queue_command = {
-    "queue",
-    "tasks on a background thread queue, reporting messages and progress",
-    "usage: qelta queue [--tasks N]\n\n"
-    "Runs N tasks (default 5, at most 1000) one after another on a ThreadQueue named \"Work Queue\".\n"
-    "Each task takes write locks on two objects through one MultiWLock, advances a progress guard\n"
-    "by 1/N and adds a message to an in-memory pipe. The messages are printed afterwards, with the\n"
-    "progress the pipe held before the guard closed and the sources left after it closed.\n",
-    RunQueueCommand,
-};
+void AddQueueCommand(CLI::App & qelta) {
+    auto const tasks = std::make_shared<unsigned int>(5);
+    CLI::App & queue =
+        AddCommand(qelta, "queue", "tasks on a background thread queue, reporting messages and progress",
+                   "Runs N tasks one after another on a ThreadQueue named \"Work Queue\". Each task takes write\n"
+                   "locks on two objects through one MultiWLock, advances a progress guard by 1/N and adds a\n"
+                   "message to an in-memory pipe. The messages are printed afterwards, with the progress the\n"
+                   "pipe held before the guard closed and the sources left after it closed.",
+                   [tasks] {
+                       RunQueue(*tasks);
+                       return exit_ok;
+                   });
+    AddCount(queue, "--tasks", *tasks, 1, largest_task_count, "the tasks N, from 1 to 1000 (default 5)");
+}
 
 } // namespace QELTA::Tool

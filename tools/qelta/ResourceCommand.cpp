@@ -5,13 +5,12 @@
 #include "Base/Text/String.h"
 
 #include <cstdio>
+#include <memory>
 #include <string>
-#include <string_view>
+#include <vector>
 
 namespace QELTA::Tool {
 namespace {
-
-constexpr std::string_view command_name = "resource";
 
 // Attaches a listener that adds its name to `heard`; the resource owns it from then on.
 void Attach(Resource<String> const & resource, std::string & heard, char const * name) {
@@ -30,19 +29,13 @@ void SetAndReport(Resource<String> & resource, std::string & heard, char const *
                 heard.empty() ? "equal value, notified nobody" : ("notified " + heard).c_str());
 }
 
-int RunResource(Arguments arguments) {
-    if (arguments.empty() || std::string_view(arguments[0]) != "set") {
-        return UsageError(command_name, "needs the verb 'set'");
-    }
-    if (arguments.size() < 2) {
-        return UsageError(command_name, "'set' needs at least one VALUE");
-    }
+int RunSet(std::vector<std::string> const & values) {
     std::string heard;
     Resource<String> resource;
     Attach(resource, heard, "first");
     Attach(resource, heard, "second");
-    for (char const * value : arguments.subspan(1)) {
-        SetAndReport(resource, heard, value);
+    for (std::string const & value : values) {
+        SetAndReport(resource, heard, value.c_str());
     }
     return exit_ok;
 }
@@ -72,14 +65,17 @@ void DemoResource() {
     SetAndReport(unit, heard, "m");
 }
 
-Command const resource_command = {
-    "resource",
-    "an observable value and the listeners told of its changes",
-    "usage: qelta resource set VALUE...\n\n"
-    "Makes a text resource with two listeners, 'first' and 'second', and sets it to each VALUE\n"
-    "in turn. Each line names the listeners that ran, in the order they were attached; a VALUE\n"
-    "equal to the current one (the text starts empty) changes nothing and notifies nobody.\n",
-    RunResource,
-};
+void AddResourceCommand(CLI::App & qelta) {
+    CLI::App & resource =
+        AddCommand(qelta, "resource", "an observable value and the listeners told of its changes", "");
+    auto const values = std::make_shared<std::vector<std::string>>();
+    AddCommand(resource, "set", "sets a text resource with two listeners to each VALUE in turn",
+               "Makes a text resource with two listeners, 'first' and 'second', and sets it to each VALUE\n"
+               "in turn. Each line names the listeners that ran, in the order they were attached; a VALUE\n"
+               "equal to the current one (the text starts empty) changes nothing and notifies nobody.",
+               [values] { return RunSet(*values); })
+        .add_option("VALUE", *values, "the values, in order")
+        ->required();
+}
 
 } // namespace QELTA::Tool

@@ -10,12 +10,13 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace QELTA::Tool {
 namespace {
-
-constexpr std::string_view command_name = "text";
 
 void PrintLine(StringView const & text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
@@ -54,73 +55,40 @@ constexpr NumberType number_types[] = {
     {"double", PrintNumber<double>},
 };
 
-int Hash(Arguments arguments) {
-    if (arguments.size() != 1) {
-        return UsageError(command_name, "hash takes one TEXT");
-    }
-    StringView const text(arguments[0]);
+// The arguments of the verbs; each verb reads the ones it declares.
+struct TextArguments {
+    std::string text;  // the first positional
+    std::string other; // the second: TEXT of wildcard and find, DELIMITER of split
+    std::string type = "double";
+    bool flag = false; // --keep-empty, --ignore-case
+};
+
+int Hash(TextArguments const & arguments) {
+    StringView const text(arguments.text);
     std::printf("hash       0x%016" PRIx64 "\n", static_cast<std::uint64_t>(text.hash()));
     std::printf("hashLower  0x%016" PRIx64 "\n", static_cast<std::uint64_t>(text.hashLower()));
     std::printf("hashUpper  0x%016" PRIx64 "\n", static_cast<std::uint64_t>(text.hashUpper()));
     return exit_ok;
 }
 
-int Number(Arguments arguments) {
-    std::string_view type = "double";
-    char const * text = nullptr;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        std::string_view const argument(arguments[i]);
-        if (argument == "--as") {
-            if (i + 1 == arguments.size()) {
-                return UsageError(command_name, "--as needs a TYPE");
-            }
-            type = arguments[++i];
-        } else if (text == nullptr) {
-            text = arguments[i];
-        } else {
-            return UsageError(command_name, "number takes one TEXT");
-        }
-    }
-    if (text == nullptr) {
-        return UsageError(command_name, "number needs a TEXT");
-    }
+int Number(TextArguments const & arguments) {
     for (NumberType const & number_type : number_types) {
-        if (number_type.name == type) {
+        if (number_type.name == arguments.type) {
             // The argument is zero-terminated, as the readers need.
-            number_type.print(number_type.name.data(), StringView(text));
-            return exit_ok;
+            number_type.print(number_type.name.data(), StringView(arguments.text));
         }
     }
-    return UsageError(command_name, "unknown TYPE; use bool, char, int8, uint8, int16, uint16, int, int32, "
-                                    "uint32, int64, uint64, float or double");
+    return exit_ok;
 }
 
-int Wildcard(Arguments arguments) {
-    if (arguments.size() != 2) {
-        return UsageError(command_name, "wildcard takes a PATTERN and a TEXT");
-    }
-    bool const matches = StringView(arguments[1]).matchesWildcard(StringView(arguments[0]));
+int Wildcard(TextArguments const & arguments) {
+    bool const matches = StringView(arguments.other).matchesWildcard(StringView(arguments.text));
     std::puts(matches ? "match" : "no match");
     return matches ? exit_ok : exit_failure;
 }
 
-int Split(Arguments arguments) {
-    bool keep_empty = false;
-    char const * positional[2] = {nullptr, nullptr};
-    std::size_t count = 0;
-    for (char const * argument : arguments) {
-        if (std::string_view(argument) == "--keep-empty") {
-            keep_empty = true;
-        } else if (count < 2) {
-            positional[count++] = argument;
-        } else {
-            return UsageError(command_name, "split takes a TEXT and a DELIMITER");
-        }
-    }
-    if (count != 2 || std::string_view(positional[1]).size() != 1) {
-        return UsageError(command_name, "split takes a TEXT and a one-byte DELIMITER");
-    }
-    Buffer<StringView> const parts = StringView(positional[0]).split(positional[1][0], keep_empty);
+int Split(TextArguments const & arguments) {
+    Buffer<StringView> const parts = StringView(arguments.text).split(arguments.other[0], arguments.flag);
     std::printf("%u parts\n", parts.size());
     for (StringView const & part : parts) {
         std::fputc('[', stdout);
@@ -130,28 +98,18 @@ int Split(Arguments arguments) {
     return exit_ok;
 }
 
-int Title(Arguments arguments) {
-    if (arguments.size() != 1) {
-        return UsageError(command_name, "title takes one TEXT");
-    }
-    PrintLine(StringView(arguments[0]).toTitleString());
+int Title(TextArguments const & arguments) {
+    PrintLine(StringView(arguments.text).toTitleString());
     return exit_ok;
 }
 
-int Next(Arguments arguments) {
-    if (arguments.size() != 1) {
-        return UsageError(command_name, "next takes one NAME");
-    }
-    PrintLine(StringView(arguments[0]).predictNextStringIncrement());
+int Next(TextArguments const & arguments) {
+    PrintLine(StringView(arguments.text).predictNextStringIncrement());
     return exit_ok;
 }
 
-int Find(Arguments arguments) {
-    if (arguments.size() != 2 && !(arguments.size() == 3 && std::string_view(arguments[2]) == "--ignore-case")) {
-        return UsageError(command_name, "find takes a NEEDLE and a TEXT, and optionally --ignore-case");
-    }
-    bool const ignore_case = arguments.size() == 3;
-    unsigned int const position = StringView(arguments[1]).indexOf(StringView(arguments[0]), ignore_case, 0);
+int Find(TextArguments const & arguments) {
+    unsigned int const position = StringView(arguments.other).indexOf(StringView(arguments.text), arguments.flag, 0);
     if (position == 0xFFFFFFFFu) {
         std::puts("not found");
         return exit_failure;
@@ -160,16 +118,62 @@ int Find(Arguments arguments) {
     return exit_ok;
 }
 
-constexpr Verb verbs[] = {
-    {"hash", Hash},   {"number", Number}, {"wildcard", Wildcard}, {"split", Split},
-    {"title", Title}, {"next", Next},     {"find", Find},
-};
-
-int RunText(Arguments arguments) {
-    return RunVerb(command_name, arguments, verbs);
-}
-
 } // namespace
+
+void AddTextCommand(CLI::App & qelta) {
+    CLI::App & text =
+        AddCommand(qelta, "text", "hashes, searches, splitting, wildcards and typed conversion of text", "");
+    // One invocation runs one verb, so the verbs share one set of arguments.
+    auto const arguments = std::make_shared<TextArguments>();
+
+    AddCommand(text, "hash", "the 64-bit text hash, and of its lower- and upper-case forms", "",
+               [arguments] { return Hash(*arguments); })
+        .add_option("TEXT", arguments->text)
+        ->required();
+
+    std::vector<std::string> type_names;
+    for (NumberType const & number_type : number_types) {
+        type_names.emplace_back(number_type.name);
+    }
+    CLI::App & number = AddCommand(text, "number", "reads TEXT as TYPE and prints it back through its text form", "",
+                                   [arguments] { return Number(*arguments); });
+    number.add_option("TEXT", arguments->text)->required();
+    number.add_option("--as", arguments->type, "the type (default double)")
+        ->type_name("TYPE")
+        ->check(CLI::IsMember(type_names));
+
+    CLI::App & wildcard = AddCommand(text, "wildcard", "whether TEXT matches PATTERN; exit code 1 when it does not",
+                                     "In PATTERN '*' matches any run of bytes and '?' any one byte.",
+                                     [arguments] { return Wildcard(*arguments); });
+    wildcard.add_option("PATTERN", arguments->text)->required();
+    wildcard.add_option("TEXT", arguments->other)->required();
+
+    CLI::App & split = AddCommand(text, "split", "the parts of TEXT between one-byte delimiters", "",
+                                  [arguments] { return Split(*arguments); });
+    split.add_option("TEXT", arguments->text)->required();
+    split.add_option("DELIMITER", arguments->other, "one byte")
+        ->required()
+        ->check(CLI::Validator(
+            [](std::string const & delimiter) { return delimiter.size() == 1 ? std::string() : "is not one byte"; },
+            ""));
+    split.add_flag("--keep-empty", arguments->flag, "keeps empty parts");
+
+    AddCommand(text, "title", "the title-case form of TEXT (split at spaces and underscores)", "",
+               [arguments] { return Title(*arguments); })
+        .add_option("TEXT", arguments->text)
+        ->required();
+
+    AddCommand(text, "next", "the next name in a numbered series (\"scan_009\" -> \"scan_010\")", "",
+               [arguments] { return Next(*arguments); })
+        .add_option("NAME", arguments->text)
+        ->required();
+
+    CLI::App & find = AddCommand(text, "find", "the byte position of NEEDLE in TEXT; exit code 1 when absent", "",
+                                 [arguments] { return Find(*arguments); });
+    find.add_option("NEEDLE", arguments->text)->required();
+    find.add_option("TEXT", arguments->other)->required();
+    find.add_flag("--ignore-case", arguments->flag, "compares upper and lower case alike");
+}
 
 void DemoText() {
     std::puts("== Text: buffers, dictionaries, strings and typed conversion");
@@ -220,25 +224,5 @@ void DemoText() {
     StringStream<int>::toString(parsed, out);
     PrintLine(out.view());
 }
-
-Command const text_command = {
-    "text",
-    "hashes, searches, splitting, wildcards and typed conversion of text",
-    "usage: qelta text <verb> [arguments]\n\n"
-    "verbs:\n"
-    "  hash TEXT                  the 64-bit text hash, and of its lower- and upper-case forms\n"
-    "  number TEXT [--as TYPE]    reads TEXT as TYPE (default double) and prints it back;\n"
-    "                             TYPE: bool char int8 uint8 int16 uint16 int int32 uint32 int64\n"
-    "                             uint64 float double\n"
-    "  wildcard PATTERN TEXT      whether TEXT matches PATTERN ('*' any run, '?' any byte);\n"
-    "                             exit code 1 when it does not\n"
-    "  split TEXT DELIMITER [--keep-empty]\n"
-    "                             the parts of TEXT between one-byte delimiters\n"
-    "  title TEXT                 the title-case form of TEXT (split at spaces and underscores)\n"
-    "  next NAME                  the next name in a numbered series (\"scan_009\" -> \"scan_010\")\n"
-    "  find NEEDLE TEXT [--ignore-case]\n"
-    "                             the byte position of NEEDLE in TEXT; exit code 1 when absent\n",
-    RunText,
-};
 
 } // namespace QELTA::Tool

@@ -5,15 +5,13 @@
 #include "Base/Time/Time.h"
 #include "Base/Time/TimeSpan.h"
 
-#include <cmath>
 #include <cstdio>
+#include <memory>
+#include <optional>
 #include <string>
-#include <string_view>
 
 namespace QELTA::Tool {
 namespace {
-
-constexpr std::string_view command_name = "time";
 
 void PrintView(StringView const & text) {
     std::printf("%.*s\n", static_cast<int>(text.size()), text.data());
@@ -25,91 +23,39 @@ void PrintStored(Time const & time) {
     std::printf("%.*s UTC (%llu ns)\n", static_cast<int>(stored.size()), stored.data(), time.nanoseconds());
 }
 
-// The options shared by the verbs: --local and --format F; the rest are positional.
-struct TimeOptions {
+// The arguments of the verbs; one invocation runs one verb, so they share them.
+struct TimeArguments {
     bool local = false;
-    char const * format = nullptr;
-    char const * positional = nullptr;
-    int positional_count = 0;
+    std::optional<std::string> format; // given for parse and span
+    std::string text;
+    double seconds = 0.0;
 };
 
-bool ReadOptions(Arguments arguments, TimeOptions & options) {
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        std::string_view const argument(arguments[i]);
-        if (argument == "--local") {
-            options.local = true;
-        } else if (argument == "--format") {
-            if (i + 1 == arguments.size()) {
-                return false;
-            }
-            options.format = arguments[++i];
-        } else {
-            options.positional = arguments[i];
-            ++options.positional_count;
-        }
-    }
-    return true;
-}
-
-int RunNow(TimeOptions const & options) {
-    if (options.positional_count != 0) {
-        return UsageError(command_name, "'now' takes no TEXT");
-    }
+int RunNow(TimeArguments const & arguments) {
     Time const now = Time::SystemTime();
-    if (options.format != nullptr) {
-        PrintView(now.getAsString(options.local, options.format));
+    if (arguments.format) {
+        PrintView(now.getAsString(arguments.local, arguments.format->c_str()));
     } else {
         PrintStored(now);
     }
     return exit_ok;
 }
 
-int RunParse(TimeOptions const & options) {
-    if (options.positional_count != 1 || options.format == nullptr) {
-        return UsageError(command_name, "'parse' needs one TEXT and --format F");
-    }
+int RunParse(TimeArguments const & arguments) {
     try {
-        PrintStored(Time(options.positional, options.local, options.format));
+        PrintStored(Time(arguments.text.c_str(), arguments.local, arguments.format->c_str()));
     } catch (Exception const & error) {
         return Failure("time", error);
     }
     return exit_ok;
 }
 
-int RunSpan(TimeOptions const & options) {
-    if (options.positional_count != 1 || options.format == nullptr) {
-        return UsageError(command_name, "'span' needs SECONDS and --format F");
-    }
-    double seconds = 0.0;
-    StringStream<double>::fromString(options.positional, seconds);
-    if (std::isnan(seconds)) {
-        return UsageError(command_name, "SECONDS must be a number");
-    }
+int RunSpan(TimeArguments const & arguments) {
+    // The span as the library reads it from the text of its seconds.
     TimeSpan span;
-    StringStream<TimeSpan>::fromString(options.positional, span);
-    std::puts(span.getTimeString(options.format).c_str());
+    StringStream<TimeSpan>::fromString(NumberText(arguments.seconds).view(), span);
+    std::puts(span.getTimeString(StringView(*arguments.format)).c_str());
     return exit_ok;
-}
-
-int RunTime(Arguments arguments) {
-    if (arguments.empty()) {
-        return UsageError(command_name, "needs a verb: now, parse or span");
-    }
-    std::string_view const verb(arguments[0]);
-    TimeOptions options;
-    if (!ReadOptions(arguments.subspan(1), options)) {
-        return UsageError(command_name, "--format needs a format");
-    }
-    if (verb == "now") {
-        return RunNow(options);
-    }
-    if (verb == "parse") {
-        return RunParse(options);
-    }
-    if (verb == "span") {
-        return RunSpan(options);
-    }
-    return UsageError(command_name, "unknown verb");
 }
 
 } // namespace
@@ -147,22 +93,35 @@ void DemoTime() {
     std::printf("One day from January 31 crosses %lld calendar month.\n", one_day.elapsedMonths());
 }
 
-Command const time_command = {
-    "time",
-    "the clock, dates in the format language, and spans",
-    "usage: qelta time now [--local] [--format F]\n"
-    "       qelta time parse TEXT --format F [--local]\n"
-    "       qelta time span SECONDS --format F\n\n"
-    "now    prints the library's clock, in the storage form \"YYYY/MM/DD HH:mm:ss\" (UTC) with its\n"
-    "       nanosecond count, or in format F (UTC, or local time with --local).\n"
-    "parse  reads TEXT by format F and prints the storage form and the nanosecond count. Digits\n"
-    "       under D, M, Y, H, h, m, s and f fill their field; other format bytes skip one byte\n"
-    "       of TEXT unseen. \"ISO\" reads the ISO 8601 date and time forms.\n"
-    "span   prints a span of SECONDS in format F.\n\n"
-    "Tokens of a date: fffffff to f (fractions), ss, mm, hh (12-hour), HH, dddd, ddd, DD, MMMM,\n"
-    "MMM, MM, YYYY, YY. Tokens of a span: fffffff to f, sss, ss, mmm, mm, hhh, hh, DDD, DD, MMM,\n"
-    "MM, YYYY, YY (three letters: the total).\n",
-    RunTime,
-};
+void AddTimeCommand(CLI::App & qelta) {
+    CLI::App & time =
+        AddCommand(qelta, "time", "the clock, dates in the format language, and spans",
+                   "Tokens of a date: fffffff to f (fractions), ss, mm, hh (12-hour), HH, dddd, ddd, DD, MMMM,\n"
+                   "MMM, MM, YYYY, YY. Tokens of a span: fffffff to f, sss, ss, mmm, mm, hhh, hh, DDD, DD, MMM,\n"
+                   "MM, YYYY, YY (three letters: the total).");
+    auto const arguments = std::make_shared<TimeArguments>();
+    std::string const local_help = "local time instead of UTC";
+
+    CLI::App & now = AddCommand(time, "now", "prints the library's clock",
+                                "Prints the clock in the storage form \"YYYY/MM/DD HH:mm:ss\" (UTC) with its\n"
+                                "nanosecond count, or in format F (UTC, or local time with --local).",
+                                [arguments] { return RunNow(*arguments); });
+    now.add_option("--format", arguments->format, "the format of the date")->type_name("F");
+    now.add_flag("--local", arguments->local, local_help);
+
+    CLI::App & parse = AddCommand(time, "parse", "reads TEXT by format F",
+                                  "Reads TEXT by format F and prints the storage form and the nanosecond count.\n"
+                                  "Digits under D, M, Y, H, h, m, s and f fill their field; other format bytes skip\n"
+                                  "one byte of TEXT unseen. \"ISO\" reads the ISO 8601 date and time forms.",
+                                  [arguments] { return RunParse(*arguments); });
+    parse.add_option("TEXT", arguments->text, "the date")->required();
+    parse.add_option("--format", arguments->format, "the format TEXT is written in")->type_name("F")->required();
+    parse.add_flag("--local", arguments->local, local_help);
+
+    CLI::App & span = AddCommand(time, "span", "prints a span of SECONDS in format F", "",
+                                 [arguments] { return RunSpan(*arguments); });
+    AddNumber(span, "SECONDS", arguments->seconds, "the length of the span")->required();
+    span.add_option("--format", arguments->format, "the format of the span")->type_name("F")->required();
+}
 
 } // namespace QELTA::Tool

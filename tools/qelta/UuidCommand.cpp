@@ -7,12 +7,14 @@
 #include "Base/Text/UUID.h"
 
 #include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace QELTA::Tool {
 namespace {
-
-constexpr std::string_view command_name = "uuid";
 
 void PrintId(UUID const & id) {
     StringAllocatingView out;
@@ -61,26 +63,15 @@ bool Append(UUID & id, std::string_view argument) {
     return true;
 }
 
-int RunUuid(Arguments arguments) {
-    UUID id = UUID::CreateUUID();
-    std::size_t i = 0;
-    if (i < arguments.size() && std::string_view(arguments[i]) == "--from") {
-        if (i + 1 >= arguments.size()) {
-            return UsageError(command_name, "--from needs a TEXT");
-        }
-        id = UUID::CreateUUID(StringView(arguments[i + 1]));
-        i += 2;
-    }
-    if (i < arguments.size()) {
-        if (std::string_view(arguments[i]) != "--append" || i + 1 >= arguments.size()) {
-            return UsageError(command_name, "expected --from TEXT and then --append VALUE...");
-        }
-        for (++i; i < arguments.size(); ++i) {
-            if (!Append(id, arguments[i])) {
-                return UsageError(command_name, "a VALUE is TYPE:VALUE with TYPE int, uint, int64, uint64, float, "
-                                                "double, bool, uuid or text (a uuid value must be a valid id)");
-            }
-        }
+struct UuidArguments {
+    std::optional<std::string> from;
+    std::vector<std::string> append;
+};
+
+int RunUuid(UuidArguments const & arguments) {
+    UUID id = arguments.from ? UUID::CreateUUID(StringView(*arguments.from)) : UUID::CreateUUID();
+    for (std::string const & value : arguments.append) {
+        Append(id, value);
     }
     PrintId(id);
     return exit_ok;
@@ -99,15 +90,26 @@ void DemoUuid() {
     PrintId(base.appendUUID(7LL));
 }
 
-Command const uuid_command = {
-    "uuid",
-    "16-byte identities: random, from a text, or derived by MD5 chains",
-    "usage: qelta uuid [--from TEXT] [--append VALUE...]\n\n"
-    "Prints a new random id (version 4), or with --from TEXT the cheap id of a name (its bytes\n"
-    "XORed into 16). --append extends the id by each VALUE in turn through MD5, so the same chain\n"
-    "always gives the same id. A VALUE is TYPE:VALUE, TYPE one of int, uint, int64, uint64, float,\n"
-    "double, bool, uuid, text; without a TYPE it is text. int and uint give the same bytes.\n",
-    RunUuid,
-};
+void AddUuidCommand(CLI::App & qelta) {
+    auto const arguments = std::make_shared<UuidArguments>();
+    CLI::App & uuid =
+        AddCommand(qelta, "uuid", "16-byte identities: random, from a text, or derived by MD5 chains",
+                   "Prints a new random id (version 4), or with --from TEXT the cheap id of a name (its bytes\n"
+                   "XORed into 16). --append extends the id by each VALUE in turn through MD5, so the same chain\n"
+                   "always gives the same id. A VALUE is TYPE:VALUE, TYPE one of int, uint, int64, uint64, float,\n"
+                   "double, bool, uuid, text; without a TYPE it is text. int and uint give the same bytes.",
+                   [arguments] { return RunUuid(*arguments); });
+    uuid.add_option("--from", arguments->from, "starts from the id of TEXT instead of a random one")->type_name("TEXT");
+    uuid.add_option("--append", arguments->append, "extends the id by each VALUE in turn")
+        ->type_name("VALUE")
+        ->check(CLI::Validator(
+            [](std::string const & value) {
+                UUID scratch;
+                return Append(scratch, value) ? std::string()
+                                              : "is not TYPE:VALUE with TYPE int, uint, int64, uint64, float, double, "
+                                                "bool, uuid or text (a uuid value must be a valid id)";
+            },
+            ""));
+}
 
 } // namespace QELTA::Tool

@@ -3,75 +3,133 @@
 
 #include "Base/Text/StringStream.h"
 
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 namespace QELTA::Tool {
 namespace {
 
-constexpr std::array<Command const *, 15> commands = {
-    &demo_command,    &text_command,  &uuid_command,    &number_command,   &time_command,
-    &log_command,     &angle_command, &convert_command, &resource_command, &file_command,
-    &folders_command, &queue_command, &base64_command,  &password_command, &csv_command};
+// The commands in the order `qelta --help` lists them.
+constexpr void (*const add_commands[])(CLI::App &) = {
+    AddDemoCommand,    AddTextCommand,  AddUuidCommand,    AddNumberCommand,   AddTimeCommand,
+    AddLogCommand,     AddAngleCommand, AddConvertCommand, AddResourceCommand, AddFileCommand,
+    AddFoldersCommand, AddQueueCommand, AddBase64Command,  AddPasswordCommand, AddCsvCommand,
+};
 
-void PrintOverview(std::FILE * out) {
-    std::fputs("usage: qelta <command> [arguments]\n\n"
-               "Shows the QELTA Base library at work.\n\n"
-               "commands:\n",
-               out);
-    for (Command const * command : commands) {
-        std::fprintf(out, "  %-10.*s %.*s\n", static_cast<int>(command->name.size()), command->name.data(),
-                     static_cast<int>(command->summary.size()), command->summary.data());
+// The slots in which the library's messages name paths, filled with its own form of the path
+// (see File.h and FileException.h).
+constexpr char const * path_slots[] = {"[file_name]", "[file]", "[file_a]", "[file_b]"};
+
+bool ReadCount(std::string const & digits, unsigned int min, unsigned int max, unsigned int & count) {
+    if (digits.empty() || digits.size() > 9 || digits.find_first_not_of("0123456789") != std::string::npos) {
+        return false;
     }
-    std::fputs("\nRun 'qelta <command> --help' for the arguments of one command.\n", out);
+    StringStream<unsigned int>::fromString(StringView(digits), count);
+    return count >= min && count <= max;
+}
+
+// Help, the exit code of an action, or a usage error naming the command, as far as the command
+// line was read.
+int Exit(CLI::App & qelta, CLI::ParseError const & error) {
+    if (error.get_exit_code() == exit_ok || dynamic_cast<CLI::RuntimeError const *>(&error) != nullptr) {
+        return qelta.exit(error);
+    }
+    CLI::App const * command = &qelta;
+    std::string path = qelta.get_name();
+    while (!command->get_subcommands().empty()) {
+        command = command->get_subcommands().back();
+        path += ' ' + command->get_name();
+    }
+    std::string message = error.what();
+    std::vector<std::string> const unread = command->remaining();
+    if (command->get_require_subcommand_min() != 0 && !unread.empty()) {
+        message = "unknown command '" + unread.front() + "'";
+    }
+    std::fprintf(stderr, "%s: %s\nRun '%s --help' for usage.\n", path.c_str(), message.c_str(), path.c_str());
+    return exit_usage;
 }
 
 } // namespace
 
-int UsageError(std::string_view command, std::string_view message) {
-    std::fprintf(stderr, "qelta %.*s: %.*s\nRun 'qelta %.*s --help' for usage.\n", static_cast<int>(command.size()),
-                 command.data(), static_cast<int>(message.size()), message.data(), static_cast<int>(command.size()),
-                 command.data());
-    return exit_usage;
+CLI::App & AddCommand(CLI::App & parent, std::string const & name, std::string const & summary,
+                      std::string const & help, Action action) {
+    CLI::App & command = *parent.add_subcommand(name, summary);
+    command.footer(help);
+    if (action) {
+        // An action's exit code leaves CLI11's parse as the error that carries one quietly.
+        command.callback([action = std::move(action)] {
+            if (int const code = action(); code != exit_ok) {
+                throw CLI::RuntimeError(code);
+            }
+        });
+    } else {
+        command.require_subcommand(1);
+    }
+    return command;
 }
 
 int Failure(std::string_view command, Exception const & error) {
-    String text = error.message().englishTranslation();
+    String text = NativeEnglish(error.message());
     if (text.isEmpty()) {
-        text = error.title().englishTranslation();
+        text = NativeEnglish(error.title());
     }
     std::fflush(stdout);
     std::fprintf(stderr, "qelta %.*s: %s\n", static_cast<int>(command.size()), command.data(), text.c_str());
     return exit_failure;
 }
 
-int RunVerb(std::string_view command, Arguments arguments, std::span<Verb const> verbs) {
-    if (arguments.empty()) {
-        return UsageError(command, "needs a verb");
-    }
-    std::string_view const name(arguments[0]);
-    for (Verb const & verb : verbs) {
-        if (verb.name == name) {
-            return verb.run(arguments.subspan(1));
+String NativeEnglish(TranslatedString text) {
+    for (char const * slot : path_slots) {
+        String path(slot);
+        text.replaceVals(path); // the slot's value; the key itself when the text has no such slot
+        if (path.view() != StringView(slot)) {
+            text.replace(StringView(slot), TranslatedString::DirectString(NativePath(path.view())));
         }
     }
-    return UsageError(command, "unknown verb");
+    return text.englishTranslation();
 }
 
-bool ReadCount(char const * text, unsigned int min, unsigned int max, unsigned int & count) {
-    std::string_view const digits(text);
-    if (digits.empty() || digits.size() > 9 || digits.find_first_not_of("0123456789") != std::string_view::npos) {
-        return false;
+File FromNativePath(std::string_view path) {
+    File file;
+    file.setFromDisplayString(StringView(path));
+    return file;
+}
+
+String NativePath(StringView const & path) {
+    String native(path);
+    for (unsigned int i = 0; i < native.size(); ++i) {
+        if (native[i] == '\\') {
+            native[i] = '/';
+        }
     }
-    StringStream<unsigned int>::fromString(StringView(text), count);
-    return count >= min && count <= max;
+    return native;
 }
 
-bool ReadNumber(char const * text, double & value) {
-    StringStream<double>::fromString(StringView(text), value);
-    return !std::isnan(value);
+String NativePath(File const & file) {
+    return NativePath(file.toDisplayString().view());
+}
+
+CLI::Option * AddCount(CLI::App & command, std::string const & name, unsigned int & value, unsigned int min,
+                       unsigned int max, std::string const & description) {
+    auto const read = [&value, name, min, max](std::string const & text) {
+        if (!ReadCount(text, min, max, value)) {
+            throw CLI::ValidationError(name, "'" + text + "' is not a whole number from " + std::to_string(min) +
+                                                 " to " + std::to_string(max));
+        }
+    };
+    return command.add_option_function<std::string>(name, read, description)->type_name("N");
+}
+
+CLI::Option * AddNumber(CLI::App & command, std::string const & name, double & value, std::string const & description) {
+    auto const read = [&value, name](std::string const & text) {
+        StringStream<double>::fromString(StringView(text), value);
+        if (std::isnan(value)) {
+            throw CLI::ValidationError(name, "'" + text + "' is not a number");
+        }
+    };
+    return command.add_option_function<std::string>(name, read, description)->type_name("NUMBER");
 }
 
 String NumberText(double value) {
@@ -80,40 +138,21 @@ String NumberText(double value) {
     return String(out.view());
 }
 
-bool WantsHelp(Arguments arguments) {
-    for (char const * argument : arguments) {
-        std::string_view const text(argument);
-        if (text == "--help" || text == "-h") {
-            return true;
-        }
-    }
-    return false;
-}
-
 } // namespace QELTA::Tool
 
 int main(int argc, char ** argv) {
     using namespace QELTA::Tool;
-    if (argc < 2) {
-        PrintOverview(stderr);
-        return exit_usage;
+    CLI::App qelta("Shows the QELTA Base library at work.", "qelta");
+    qelta.get_formatter()->label("Usage", "usage");
+    qelta.footer("Run 'qelta <command> --help' for the arguments of one command.");
+    qelta.require_subcommand(1);
+    for (auto const add : add_commands) {
+        add(qelta);
     }
-    std::string_view const name(argv[1]);
-    if (name == "--help" || name == "-h" || name == "help") {
-        PrintOverview(stdout);
-        return exit_ok;
+    try {
+        qelta.parse(argc, argv);
+    } catch (CLI::ParseError const & error) {
+        return Exit(qelta, error);
     }
-    for (Command const * command : commands) {
-        if (command->name == name) {
-            Arguments const arguments(argv + 2, static_cast<std::size_t>(argc - 2));
-            if (WantsHelp(arguments)) {
-                std::fwrite(command->help.data(), 1, command->help.size(), stdout);
-                return exit_ok;
-            }
-            return command->run(arguments);
-        }
-    }
-    std::fprintf(stderr, "qelta: unknown command '%s'\n\n", argv[1]);
-    PrintOverview(stderr);
-    return exit_usage;
+    return exit_ok;
 }
