@@ -3,7 +3,8 @@
 // The library locks objects, not code paths: `WLock lock(this)` looks the address up in one
 // process-wide table and takes that entry's RWLock, so a class needs no lock member. Entries are
 // created at first use and live until the process ends, so an entry never vanishes under a
-// waiting thread; a path that locks many short-lived objects grows the table. All operations are
+// waiting thread (and each thread may remember the entries it looked up); a path that locks many
+// short-lived objects grows the table and each thread's memory of it. All operations are
 // thread-safe. A failing system mutex raises std::system_error; time-outs report only by result.
 #pragma once
 
@@ -20,10 +21,12 @@ class UUID;
 
 // A recursive read/write lock. Many threads may read, or one thread may write; the writer may
 // also read and may write again (each lock is given back once). A read lock cannot be upgraded:
-// a thread that reads and asks to write waits for itself forever. A thread's recursive read
-// locks take no mutex. While a writer waits, threads that do not read yet are held back, except
-// the primary thread (ThreadFunctions), which never waits behind a queued writer. Waits wake at
-// least once a second to look again, so a lost wake-up costs at most that.
+// a thread that reads and asks to write waits for itself forever. Only waiting takes the mutex:
+// a lock that is free (or already held by the calling thread) costs a few atomic operations, and
+// a thread's recursive read locks touch nothing shared. While a writer waits, threads that do
+// not read yet are held back, except the primary thread (ThreadFunctions), which never waits
+// behind a queued writer. Waits wake at least once a second to look again, so a lost wake-up
+// costs at most that.
 class QELTA_BASE_EXPORT RWLock {
   public:
     static constexpr unsigned int no_thread = 0xFFFFFFFF;
@@ -61,22 +64,43 @@ class QELTA_BASE_EXPORT RWLock {
     static RWLock * findEntry(void const * key);
 
   private:
+    friend class RLock;
+    friend class WLock;
+
+    // The paths shared by the public operations and the guards. They are defined, inline, in
+    // RWLock.cpp only, so that a guard reaches the atomics without a call through the library's
+    // symbol table.
+    inline void lockForReading();
+    inline void unlockForReading();
+    inline void lockForWriting();
+    inline void unlockForWriting();
     // Takes the first read lock of a thread that holds none, if the rules let it; needs no mutex
-    // (`mutex_held` tells whether the caller holds it anyway).
-    bool enterReading(unsigned int self, bool mutex_held);
+    // (`mutex_held` tells whether the caller holds it anyway). Records nothing for the thread.
+    inline bool enterReading(unsigned int self, bool mutex_held);
     // Gives back the last read lock of the calling thread.
-    void leaveReading(bool mutex_held);
-    // One write attempt; mutex_ held.
-    bool enterWriting(unsigned int self);
+    inline void leaveReading(bool mutex_held);
+    // One write attempt by a thread that is not the writer; needs no mutex.
+    inline bool enterWriting(unsigned int self, bool mutex_held);
+    // The blocking acquisitions once the first attempt failed.
+    void waitToRead(unsigned int self);
+    void waitToWrite(unsigned int self);
     // Waits for a change, at most `nanoseconds` (whole milliseconds; below 1 ms not at all).
     void waitFor(std::unique_lock<std::mutex> & held, unsigned long long nanoseconds);
     // Wakes every waiting thread, if there is one; mutex_ held.
     void notifyWaiters() noexcept;
+    // Wakes every waiting thread, if there is one; mutex_ not held.
+    void wakeWaiters();
 
-    // The counts are atomic so that readers get in and out without the mutex: a reader counts
-    // itself in, then looks for a writer; a writer marks itself, then looks for readers. With
-    // sequentially consistent order one of the two always sees the other and backs off. The
-    // mutex orders writers and the waits.
+    // The counts are atomic so that threads get in and out without the mutex when nobody waits.
+    // A reader counts itself in (reader_count_), then looks for a writer; a writer claims
+    // writer_thread_ by compare-and-swap, then looks for readers. Each first changes one variable
+    // and then reads the other, all in sequentially consistent order, so one of the two always
+    // sees the other and backs off. A thread that gives a lock back (or backs off) changes its
+    // variable and then reads threads_waiting_, while a thread about to wait counts itself there
+    // and then makes its attempt, the same pattern again: either the attempt sees the change or
+    // the giver sees the waiter and wakes it under the mutex. The mutex serves only the waits.
+    // write_count_ is the writer's own recursion depth: only the writer changes it, and no other
+    // thread decides anything on it.
     // Each lock starts a cache line of its own, so that threads busy with neighbouring locks of
     // the table do not slow each other down.
     alignas(64) mutable std::mutex mutex_;
@@ -85,8 +109,8 @@ class QELTA_BASE_EXPORT RWLock {
     std::atomic<unsigned int> write_count_{0};
     std::atomic<unsigned int> reader_count_{0};
     std::atomic<unsigned int> writers_waiting_{0};
-    // Threads inside a blocking or timed acquisition, counted before their first attempt so that
-    // an unlock without the mutex never misses one.
+    // Threads inside a blocking or timed acquisition, counted before their attempts under the
+    // mutex so that a giver without the mutex never misses one.
     std::atomic<unsigned int> threads_waiting_{0};
 };
 

@@ -103,9 +103,10 @@ void ResourceListener::removeInfoParent(ResourceBase const * parent) {
 
 void ResourceListener::changeValue() {
     // The exchange lets one thread at a time through; a throw leaves the flag cleared.
-    if (enabled_.exchange(false)) {
+    if (enabled_.exchange(false, std::memory_order_acquire)) {
         onValueChanged();
-        enabled_.store(true);
+        // Release is enough: it hands the call's effects to the next thread that takes the flag.
+        enabled_.store(true, std::memory_order_release);
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -64,6 +65,63 @@ TEST(RWLockTest, RecursionBothWays) {
     lock.writeUnlock();
     EXPECT_TRUE(OtherThreadCanRead(lock));
     EXPECT_EQ(lock.numOfWriteLocks(), 0u);
+}
+
+// More read locks at once than a thread keeps at hand, given back in another order: each keeps
+// its own depth, and each lock is free for a writer exactly when its last read lock is back.
+TEST(RWLockTest, ManyReadLocksAtOnceKeepTheirDepths) {
+    constexpr unsigned int count = 12;
+    std::vector<RWLock> locks(count);
+    for (unsigned int i = 0; i < count; ++i) {
+        for (unsigned int depth = 0; depth <= i % 3; ++depth) {
+            locks[i].readLock();
+        }
+    }
+    for (unsigned int i = 0; i < count; ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(locks[i].numOfReadLocksHeld(), i % 3 + 1);
+        EXPECT_EQ(locks[i].numOfReadLocks(), 1u);
+    }
+    unsigned int const order[count] = {5, 0, 11, 3, 8, 1, 10, 6, 2, 9, 4, 7};
+    for (unsigned int i : order) {
+        SCOPED_TRACE(i);
+        for (unsigned int depth = 0; depth <= i % 3; ++depth) {
+            EXPECT_FALSE(OtherThreadCanWrite(locks[i]));
+            locks[i].readUnlock();
+        }
+        EXPECT_EQ(locks[i].numOfReadLocksHeld(), 0u);
+        EXPECT_TRUE(OtherThreadCanWrite(locks[i]));
+    }
+    for (unsigned int i = 0; i < count; ++i) {
+        EXPECT_EQ(locks[i].numOfReadLocks(), 0u);
+    }
+}
+
+// Many addresses in turn, twice over: each keeps its one entry, whatever the thread remembers.
+TEST(RWLockTest, EveryAddressKeepsItsOwnEntry) {
+    constexpr unsigned int count = 200;
+    std::vector<int> objects(count);
+    std::vector<RWLock *> first(count);
+    for (unsigned int i = 0; i < count; ++i) {
+        first[i] = RWLock::getEntry(&objects[i]);
+    }
+    std::vector<RWLock *> sorted = first;
+    std::sort(sorted.begin(), sorted.end());
+    EXPECT_EQ(std::adjacent_find(sorted.begin(), sorted.end()), sorted.end());
+    for (unsigned int round = 0; round < 2; ++round) {
+        for (unsigned int i = 0; i < count; ++i) {
+            SCOPED_TRACE(i);
+            ASSERT_EQ(RWLock::getEntry(&objects[i]), first[i]);
+            WLock const guard(&objects[i]);
+            EXPECT_TRUE(WLock::HasLock(*first[i]));
+            EXPECT_FALSE(RLock::HasLock(*first[(i + 1) % count]));
+        }
+    }
+    std::thread([&] {
+        for (unsigned int i = 0; i < count; ++i) {
+            EXPECT_EQ(RWLock::getEntry(&objects[i]), first[i]);
+        }
+    }).join();
 }
 
 TEST(RWLockTest, WaitingWriterHoldsBackOnlyNewReaders) {
