@@ -1,6 +1,7 @@
 // TranslatedString: the text form, slots, lookup and comparison.
 #include "Base/Language/TranslatedString.h"
 
+#include "Base/Host/ApplicationResource.h"
 #include "Base/Language/Translator.h"
 #include "Base/Text/TypeInfo.h"
 
@@ -205,9 +206,19 @@ void TranslatedString::replace(StringView const & key, TranslatedString const & 
     setSlot(CutAtZero(key), std::move(copy));
 }
 
-void TranslatedString::AppendResolved(StringView const & /*language_id*/, UUID const & /*id*/, String const & english,
+void TranslatedString::AppendResolved(StringView const & language_id, UUID const & id, String const & english,
                                       String & out) {
-    out.append(english);
+    Translator const * translator = nullptr;
+    if (!language_id.isEmpty()) {
+        translator = Translator::MainTranslator(language_id);
+    } else if (!ApplicationResource::application_name.value().isEmpty()) {
+        translator = Translator::MainTranslator();
+    }
+    if (translator == nullptr) {
+        out.append(english);
+        return;
+    }
+    translator->append(out, id, english);
 }
 
 void TranslatedString::appendOwnText(StringView const & language_id, String & out) const {

@@ -116,8 +116,8 @@ class QELTA_BASE_EXPORT TranslatedString {
     StringView translationView(String & scratch) const;
 
     // The one place where translators plug in: appends the text of `id` in `language_id` (empty:
-    // the main translator's) and falls back to `english`. Until the main translator and the
-    // application's identity exist, every text shows its English form.
+    // the main translator's) and falls back to `english`. While the application has no name, the
+    // main translator is not asked and every text shows its English form.
     static void AppendResolved(StringView const & language_id, UUID const & id, String const & english, String & out);
 
     SlotBuffer replacements_;

@@ -309,6 +309,22 @@ INIFactory::INIFactory(INIFactory && other) noexcept
       replaced_(std::move(other.replaced_)), delimiter_(other.delimiter_), comment_(other.comment_),
       preserve_order_(other.preserve_order_), use_hash_labels_(false) {}
 
+INIFactory & INIFactory::operator=(INIFactory && other) noexcept {
+    if (this != &other) {
+        clear();
+        options_ = std::move(other.options_);
+        hash_options_ = std::move(other.hash_options_);
+        extra_options_ = std::move(other.extra_options_);
+        order_ = std::move(other.order_);
+        replaced_ = std::move(other.replaced_);
+        delimiter_ = other.delimiter_;
+        comment_ = other.comment_;
+        preserve_order_ = other.preserve_order_;
+        use_hash_labels_ = false;
+    }
+    return *this;
+}
+
 INIFactory::~INIFactory() {
     clear();
 }
@@ -674,6 +690,9 @@ void INIInterface::writeToLog(LogPtr log, unsigned char level) {
 }
 
 bool INIInterface::readINIOptions(File & file) {
+    if (file.isEmpty()) {
+        return false; // no settings file: "b" alone would name a file in the working folder
+    }
     try {
         bool const ascii = file.exists();
         File binary;

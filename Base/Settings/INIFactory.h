@@ -91,7 +91,8 @@ class QELTA_BASE_EXPORT INIFactory {
     INIFactory(INIFactory && other) noexcept;
     INIFactory(INIFactory const &) = delete;
     INIFactory & operator=(INIFactory const &) = delete;
-    INIFactory & operator=(INIFactory &&) = delete;
+    // Deletes this factory's options, then takes the other's as the move constructor does.
+    INIFactory & operator=(INIFactory && other) noexcept;
     // Deletes the options and the extra texts; the values they reach are untouched.
     virtual ~INIFactory();
 
