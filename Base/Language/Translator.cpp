@@ -138,6 +138,12 @@ File Translator::translatorFile(bool writable) const {
     return InTranslations(writable, translation_id_.view(), translation_extension);
 }
 
+void Translator::setTranslationFile(File const & file) {
+    WLock const loading(&is_loaded_);
+    translation_file_ = file;
+    is_loaded_.store(false, std::memory_order_release);
+}
+
 File Translator::activeTranslatorFile() const {
     File const writable = translatorFile(true);
     return writable.exists() ? writable : translatorFile(false);

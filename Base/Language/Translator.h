@@ -55,6 +55,8 @@ class QELTA_BASE_EXPORT Translator : public INIInterface {
     // The explicit translation file, else "<id>.tr" in the writable or the shipped folder of
     // translations; empty without an id.
     File translatorFile(bool writable) const;
+    // Names the translation file outright, e.g. one beside the settings file; read on the next load.
+    void setTranslationFile(File const & file);
     // The writable file when it exists, else the shipped one.
     File activeTranslatorFile() const;
     // Both load first.

@@ -73,9 +73,9 @@ class QELTA_BASE_EXPORT ApplicationOption : public ApplicationOptionBase {
     T default_value_;
 };
 
-extern template class ApplicationOption<bool>;
-extern template class ApplicationOption<String>;
-extern template class ApplicationOption<Time>;
+extern template class QELTA_BASE_EXPORT ApplicationOption<bool>;
+extern template class QELTA_BASE_EXPORT ApplicationOption<String>;
+extern template class QELTA_BASE_EXPORT ApplicationOption<Time>;
 
 // Groups of options, each a table from name to option. Copies share the options.
 class QELTA_BASE_EXPORT ApplicationOptions {

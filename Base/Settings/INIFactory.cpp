@@ -6,7 +6,9 @@
 #include "Base/Files/Scanner.h"
 #include "Base/Text/StringStream.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace QELTA {
@@ -64,7 +66,7 @@ struct Codec;
 template <>
 struct Codec<char> {
     static String Format(char value) { return String(&value, 1); }
-    static char Parse(String const & text, char) { return text[0]; }
+    static char Parse(StringView const & text, char) { return text[0]; }
     static void Write(std::FILE * file, char value) { WriteBytes(file, &value, 1); }
     static char Read(char const * bytes, char) { return bytes[0]; }
 };
@@ -72,9 +74,9 @@ struct Codec<char> {
 template <>
 struct Codec<unsigned int> {
     static String Format(unsigned int value) { return Text(value); }
-    static unsigned int Parse(String const & text, unsigned int) {
+    static unsigned int Parse(StringView const & text, unsigned int) {
         unsigned int value = 0;
-        StringStream<unsigned int>::fromString(text.view().substr(text[0] == '+' ? 1 : 0), value);
+        StringStream<unsigned int>::fromString(text.substr(text[0] == '+' ? 1 : 0), value);
         return value;
     }
     static void Write(std::FILE * file, unsigned int value) { WriteBytes(file, &value, sizeof(value)); }
@@ -84,7 +86,7 @@ struct Codec<unsigned int> {
 template <>
 struct Codec<bool> {
     static String Format(bool value) { return String(value ? "T" : "F"); }
-    static bool Parse(String const & text, bool) { return IsTrue(text[0]); }
+    static bool Parse(StringView const & text, bool) { return IsTrue(text[0]); }
     static void Write(std::FILE * file, bool value) {
         unsigned char const byte = value ? 1 : 0;
         WriteBytes(file, &byte, 1);
@@ -95,16 +97,16 @@ struct Codec<bool> {
 template <>
 struct Codec<String> {
     static String Format(String const & value) { return value; }
-    static String Parse(String const & text, String const &) { return text; }
+    static String Parse(StringView const & text, String const &) { return String(text); }
 };
 
 template <>
 struct Codec<File> {
     static String Format(File const & value) { return String(value.view()); }
     // A path no File can hold leaves the option as it was, so one bad line can't stop a read.
-    static File Parse(String const & text, File const & current) {
+    static File Parse(StringView const & text, File const & current) {
         try {
-            return File(text);
+            return File(String(text));
         } catch (Exception const &) {
             return current;
         }
@@ -118,10 +120,10 @@ struct Codec<Time> {
         value.appendTo(out, false, StringView(time_format));
         return String(out.view());
     }
-    static Time Parse(String const & text, Time const &) {
+    static Time Parse(StringView const & text, Time const &) {
         Time value;
         try {
-            value.setTimeFromString(text.view(), false, StringView(time_format));
+            value.setTimeFromString(text, false, StringView(time_format));
         } catch (Exception const &) {
             value = Time();
         }
@@ -137,10 +139,10 @@ struct Codec<Time> {
 template <>
 struct Codec<TimeSpan> {
     static String Format(TimeSpan const & value) { return Text(value); }
-    static TimeSpan Parse(String const & text, TimeSpan const &) {
+    static TimeSpan Parse(StringView const & text, TimeSpan const &) {
         TimeSpan value;
         try {
-            StringStream<TimeSpan>::fromString(text.view(), value);
+            StringStream<TimeSpan>::fromString(text, value);
         } catch (Exception const &) {
             value = TimeSpan();
         }
@@ -158,9 +160,9 @@ struct Codec<TimeSpan> {
 template <>
 struct Codec<UUID> {
     static String Format(UUID const & value) { return Text(value); }
-    static UUID Parse(String const & text, UUID const &) {
+    static UUID Parse(StringView const & text, UUID const &) {
         UUID value;
-        StringStream<UUID>::fromString(text.view(), value);
+        StringStream<UUID>::fromString(text, value);
         return value;
     }
     static void Write(std::FILE * file, UUID const & value) { WriteBytes(file, &value, sizeof(UUID)); }
@@ -181,11 +183,11 @@ struct Codec<Vector<64, bool>> {
         }
         return text;
     }
-    static Bits Parse(String const & text, Bits const &) {
+    static Bits Parse(StringView const & text, Bits const &) {
         Bits value;
         unsigned int index = 0;
         bool at_entry_start = true;
-        for (char const c : text.view()) {
+        for (char const c : text) {
             if (index >= Bits::size) {
                 break;
             }
@@ -234,9 +236,31 @@ INIOption::~INIOption() = default;
 template <class T>
 INIFactory::INIObject<T>::~INIObject() = default;
 
+namespace {
+
+// Text without a backslash or a carriage return is its own unescaped form and is parsed in place.
+bool NeedsUnescaping(StringView const & text) noexcept {
+    for (char const c : text) {
+        if (c == '\\' || c == '\r') {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
 template <class T>
 void INIFactory::INIObject<T>::read(Scanner & scanner) {
-    fromString(String(scanner.getNext()));
+    StringView const field = scanner.getNext();
+    if (field.isEmpty()) {
+        return;
+    }
+    if (NeedsUnescaping(field)) {
+        fromString(String(field));
+    } else {
+        store(Codec<T>::Parse(field, current()));
+    }
 }
 
 template <class T>
@@ -257,7 +281,7 @@ void INIFactory::INIObject<T>::fromString(String text) {
     if (text.isEmpty()) {
         return;
     }
-    store(Codec<T>::Parse(text, current()));
+    store(Codec<T>::Parse(text.view(), current()));
 }
 
 template <class T>
@@ -303,20 +327,34 @@ template class INIFactory::INIObject<Vector<64, bool>>;
 
 // INIFactory
 
+namespace {
+
+constexpr unsigned int label_block_size = 1u << 16;
+
+} // namespace
+
 INIFactory::INIFactory(INIFactory && other) noexcept
-    : options_(std::move(other.options_)), hash_options_(std::move(other.hash_options_)),
-      extra_options_(std::move(other.extra_options_)), order_(std::move(other.order_)),
-      replaced_(std::move(other.replaced_)), delimiter_(other.delimiter_), comment_(other.comment_),
-      preserve_order_(other.preserve_order_), use_hash_labels_(false) {}
+    : added_(std::move(other.added_)), label_blocks_(std::move(other.label_blocks_)),
+      block_used_(std::exchange(other.block_used_, 0)), block_size_(std::exchange(other.block_size_, 0)),
+      options_(std::move(other.options_)), hash_options_(std::move(other.hash_options_)),
+      names_built_(std::exchange(other.names_built_, 0)), hashes_built_(std::exchange(other.hashes_built_, 0)),
+      extra_options_(std::move(other.extra_options_)), order_(std::move(other.order_)), delimiter_(other.delimiter_),
+      comment_(other.comment_), preserve_order_(other.preserve_order_), use_hash_labels_(false) {}
 
 INIFactory & INIFactory::operator=(INIFactory && other) noexcept {
     if (this != &other) {
         clear();
+        freeLabels();
+        added_ = std::move(other.added_);
+        label_blocks_ = std::move(other.label_blocks_);
+        block_used_ = std::exchange(other.block_used_, 0);
+        block_size_ = std::exchange(other.block_size_, 0);
         options_ = std::move(other.options_);
         hash_options_ = std::move(other.hash_options_);
+        names_built_ = std::exchange(other.names_built_, 0);
+        hashes_built_ = std::exchange(other.hashes_built_, 0);
         extra_options_ = std::move(other.extra_options_);
         order_ = std::move(other.order_);
-        replaced_ = std::move(other.replaced_);
         delimiter_ = other.delimiter_;
         comment_ = other.comment_;
         preserve_order_ = other.preserve_order_;
@@ -327,23 +365,68 @@ INIFactory & INIFactory::operator=(INIFactory && other) noexcept {
 
 INIFactory::~INIFactory() {
     clear();
+    freeLabels();
+}
+
+StringView INIFactory::storeLabel(StringView const & label) {
+    if (label.size() > block_size_ - block_used_ || label_blocks_.isEmpty()) {
+        unsigned int const size = label.size() > label_block_size ? label.size() : label_block_size;
+        char * const block = static_cast<char *>(std::malloc(size == 0 ? 1 : size));
+        if (block == nullptr) {
+            throw std::bad_alloc();
+        }
+        label_blocks_.add(block);
+        block_used_ = 0;
+        block_size_ = size;
+    }
+    char * const copy = label_blocks_.last() + block_used_;
+    if (!label.isEmpty()) {
+        std::memcpy(copy, label.data(), label.size());
+    }
+    block_used_ += label.size();
+    return StringView(copy, label.size());
+}
+
+void INIFactory::freeLabels() noexcept {
+    for (char * block : label_blocks_) {
+        std::free(block);
+    }
+    label_blocks_.clear();
+    block_used_ = 0;
+    block_size_ = 0;
+}
+
+Dictionary<StringView, INIOption *> const & INIFactory::names() const {
+    if (names_built_ < added_.size()) {
+        options_.reserve(options_.size() + (added_.size() - names_built_));
+        for (; names_built_ < added_.size(); ++names_built_) {
+            Added const & added = added_[names_built_];
+            options_[added.label] = added.option;
+        }
+    }
+    return options_;
+}
+
+Dictionary<std::uint64_t, INIOption *> const & INIFactory::hashes() const {
+    if (hashes_built_ < added_.size()) {
+        hash_options_.reserve(hash_options_.size() + (added_.size() - hashes_built_));
+        for (; hashes_built_ < added_.size(); ++hashes_built_) {
+            Added const & added = added_[hashes_built_];
+            hash_options_[LabelHash(added.label)] = added.option;
+        }
+    }
+    return hash_options_;
 }
 
 void INIFactory::addINIOption(StringView const & label, INIOption * option) {
-    String key(label);
-    INIOption *& slot = options_[key];
-    if (slot != nullptr && slot != option) {
-        replaced_.add(slot);
-    }
-    slot = option;
-    hash_options_[LabelHash(label)] = option;
+    added_.add({storeLabel(label), option});
     if (preserve_order_) {
-        order_.add(std::move(key));
+        order_.add(String(label));
     }
 }
 
 bool INIFactory::addManagedOption(StringView const & label, StringView const & value, bool replace) {
-    String const key(label);
+    String key(label);
     auto const existing = extra_options_.find(key);
     if (existing != extra_options_.end()) {
         if (!replace) {
@@ -354,25 +437,26 @@ bool INIFactory::addManagedOption(StringView const & label, StringView const & v
     }
     String * const text = new String(value);
     addINIOption(label, new INIObject<String>(text));
-    extra_options_.insert(key, text);
+    extra_options_.insert(std::move(key), text);
     return true;
 }
 
 bool INIFactory::hasOption(StringView const & label) const {
-    String const key(label);
-    return options_.contains(key) || extra_options_.contains(key);
+    return names().contains(label) || extra_options_.contains(String(label));
 }
 
 bool INIFactory::hasOption(std::uint64_t hash) const {
-    return hash_options_.contains(hash);
+    return hashes().contains(hash);
 }
 
 String INIFactory::getOption(StringView const & label, StringView const & default_value) const {
-    String const key(label);
-    if (auto const extra = extra_options_.find(key); extra != extra_options_.end()) {
-        return *extra->value();
+    if (!extra_options_.isEmpty()) {
+        if (auto const extra = extra_options_.find(String(label)); extra != extra_options_.end()) {
+            return *extra->value();
+        }
     }
-    if (auto const option = options_.find(key); option != options_.end()) {
+    Dictionary<StringView, INIOption *> const & options = names();
+    if (auto const option = options.find(label); option != options.end()) {
         return option->value()->toString();
     }
     return String(default_value);
@@ -388,19 +472,18 @@ Dictionary<String, String> INIFactory::extraOptions() const {
 }
 
 void INIFactory::clear() {
-    for (auto & [label, option] : options_) {
-        delete option;
-    }
-    for (INIOption * option : replaced_) {
-        delete option;
+    for (Added const & added : added_) {
+        delete added.option;
     }
     for (auto & [label, text] : extra_options_) {
         delete text;
     }
+    added_.clear();
     options_.clear();
     hash_options_.clear();
+    names_built_ = 0;
+    hashes_built_ = 0;
     extra_options_.clear();
-    replaced_.clear();
 }
 
 // Reading
@@ -445,15 +528,15 @@ void INIFactory::read(Scanner & scanner) {
             }
             continue;
         }
-        String key(label);
-        if (auto const found = options_.find(key); found != options_.end()) {
+        Dictionary<StringView, INIOption *> const & options = names();
+        if (auto const found = options.find(label); found != options.end()) {
             found->value()->read(scanner);
             continue;
         }
         String * const text = new String();
         INIOption * const option = new INIObject<String>(text);
-        extra_options_.insert(key, text);
-        addINIOption(key.view(), option);
+        extra_options_.insert(String(label), text);
+        addINIOption(label, option);
         option->read(scanner);
     }
 }
@@ -473,34 +556,63 @@ void INIFactory::readAsciiFile(File & file) {
 void INIFactory::readBinaryFile(File & file) {
     bool const opened = !file.isOpen();
     std::FILE * const stream = opened ? file.open(File::READ_BINARY) : file.filePtr();
-    // One byte more for the zero behind the payload; zeroed behind each payload, so that a short
-    // payload of a fixed-size type reads zeros rather than the previous record.
-    char payload[binary_payload_limit + 1];
-    std::uint32_t count = 0;
-    if (std::fread(&count, sizeof(count), 1, stream) == 1) {
-        for (std::uint32_t record = 0; record < count; ++record) {
-            std::uint64_t hash = 0;
-            std::uint32_t size = 0;
-            if (std::fread(&hash, sizeof(hash), 1, stream) != 1 || std::fread(&size, sizeof(size), 1, stream) != 1) {
-                break;
-            }
-            if (size >= binary_payload_limit) {
-                if (std::fseek(stream, static_cast<long>(size), SEEK_CUR) != 0) {
-                    break;
-                }
-                continue;
-            }
-            if (size != 0 && std::fread(payload, 1, size, stream) != size) {
-                break;
-            }
-            std::memset(payload + size, 0, sizeof(payload) - size);
-            if (auto const option = hash_options_.find(hash); option != hash_options_.end()) {
-                option->value()->readBinary(payload);
-            }
+    // The rest of the stream at once; records are then cut from memory, each checked against
+    // the bytes that are really there.
+    File::LargeByteBuffer data;
+    constexpr unsigned long long block = 1 << 16;
+    for (;;) {
+        unsigned long long const used = data.size();
+        data.setSize(used + block);
+        if (data.data() == nullptr) {
+            data.setSize(0); // no memory for the file: it reads as empty
+            break;
+        }
+        std::size_t const got = std::fread(data.data() + used, 1, block, stream);
+        data.setSize(used + got);
+        if (got < block) {
+            break;
         }
     }
     if (opened) {
         file.close();
+    }
+    Dictionary<std::uint64_t, INIOption *> const & options = hashes();
+    // A payload of up to binary_payload_limit - 1 bytes, then zeros: the terminator of a text,
+    // and what a fixed-size value reads of a payload cut short.
+    constexpr unsigned int zeros = 32;
+    static_assert(zeros > sizeof(UUID) && zeros > sizeof(TimeSpan), "fixed payloads read within the zeros");
+    char payload[binary_payload_limit + zeros];
+    unsigned char const * at = data.data();
+    unsigned char const * const end = at + data.size();
+    std::uint32_t count = 0;
+    if (end - at < 4) {
+        return;
+    }
+    std::memcpy(&count, at, 4);
+    at += 4;
+    for (std::uint32_t record = 0; record < count && end - at >= 12; ++record) {
+        std::uint64_t hash = 0;
+        std::uint32_t size = 0;
+        std::memcpy(&hash, at, 8);
+        std::memcpy(&size, at + 8, 4);
+        at += 12;
+        if (static_cast<std::size_t>(end - at) < size) {
+            break;
+        }
+        unsigned char const * const bytes = at;
+        at += size;
+        if (size >= binary_payload_limit) {
+            continue;
+        }
+        auto const option = options.find(hash);
+        if (option == options.end()) {
+            continue;
+        }
+        if (size != 0) {
+            std::memcpy(payload, bytes, size);
+        }
+        std::memset(payload + size, 0, zeros);
+        option->value()->readBinary(payload);
     }
 }
 
@@ -521,28 +633,29 @@ void INIFactory::appendLine(String & out, StringView const & label, INIOption co
 
 void INIFactory::writeToAsciiFile(File & file, bool add_end_mark) {
     String text;
+    Dictionary<StringView, INIOption *> const & options = names();
     if (preserve_order_) {
         for (String const & label : order_) {
-            if (auto const option = options_.find(label); option != options_.end()) {
+            if (auto const option = options.find(label.view()); option != options.end()) {
                 appendLine(text, label.view(), *option->value());
             }
         }
     } else if (use_hash_labels_) {
         // The hash table's order, with each option's label found through the label table.
         Dictionary<std::uint64_t, StringView> labels;
-        labels.reserve(options_.size());
-        for (auto const & [label, option] : options_) {
-            labels.insert(LabelHash(label.view()), label.view());
+        labels.reserve(options.size());
+        for (auto const & [label, option] : options) {
+            labels.insert(LabelHash(label), label);
         }
-        for (auto const & [hash, option] : hash_options_) {
+        for (auto const & [hash, option] : hashes()) {
             auto const label = labels.find(hash);
             if (label != labels.end()) {
                 appendLine(text, label->value(), *option);
             }
         }
     } else {
-        for (auto const & [label, option] : options_) {
-            appendLine(text, label.view(), *option);
+        for (auto const & [label, option] : options) {
+            appendLine(text, label, *option);
         }
     }
     if (add_end_mark) {
@@ -563,9 +676,10 @@ void INIFactory::writeToBinaryFile(File & file) {
     bool const opened = !file.isOpen();
     // Through a temporary file, as the ascii form: a save cut short leaves the old settings.
     std::FILE * const stream = opened ? file.open(File::WRITE_BINARY_TEMP) : file.filePtr();
-    std::uint32_t const count = static_cast<std::uint32_t>(hash_options_.size());
+    Dictionary<std::uint64_t, INIOption *> const & options = hashes();
+    std::uint32_t const count = static_cast<std::uint32_t>(options.size());
     std::fwrite(&count, sizeof(count), 1, stream);
-    for (auto const & [hash, option] : hash_options_) {
+    for (auto const & [hash, option] : options) {
         std::fwrite(&hash, sizeof(hash), 1, stream);
         option->writeBinary(stream);
     }
@@ -579,9 +693,9 @@ void INIFactory::writeToLog(StringView const & title, LogPtr & log, unsigned cha
         return;
     }
     log.addMessage(log.index(), title, title_level);
-    for (auto const & [label, option] : options_) {
+    for (auto const & [label, option] : names()) {
         String line{StringView(log_indent)};
-        line.append(label.view());
+        line.append(label);
         line.append(StringView(log_separator));
         line.append(option->toString().view());
         log.addMessage(log.index(), line.view(), level);

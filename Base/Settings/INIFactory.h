@@ -46,9 +46,8 @@ class QELTA_BASE_EXPORT INIOption {
     virtual String toString() const = 0;
     // The binary record's payload: a 32-bit byte count, then the bytes.
     virtual void writeBinary(std::FILE * file) const = 0;
-    // Stores the value from a payload without its count. `bytes` must be followed by a zero byte
-    // behind the payload and be readable for the payload's fixed size (the reader's buffer of
-    // 1025 bytes, zeroed behind each payload, is).
+    // Stores the value from a payload without its count. `bytes` must be followed by zero bytes
+    // behind the payload, enough for the payload's fixed size (the reader's buffer has 32).
     virtual void readBinary(char const * bytes) = 0;
     // A new option on the heap with the same target.
     virtual INIOption * clone() const = 0;
@@ -121,6 +120,8 @@ class QELTA_BASE_EXPORT INIFactory {
     // Writes the options in the order of addition instead of the table's.
     void setPreserveOrder(bool preserve) noexcept { preserve_order_ = preserve; }
     bool preserveOrder() const noexcept { return preserve_order_; }
+    // The labels in the order they were added, kept while the order is preserved.
+    Buffer<String> const & order() const noexcept { return order_; }
     // Writes each label as the decimal text of its hash (which this reader does not map back).
     void setUseHashLabels(bool use) noexcept { use_hash_labels_ = use; }
 
@@ -149,29 +150,50 @@ class QELTA_BASE_EXPORT INIFactory {
     static std::uint64_t LabelHash(StringView const & label) noexcept { return label.hash(); }
 
   private:
+    // An option in the order of addition, with its label kept in the label store.
+    struct Added {
+        StringView label;
+        INIOption * option;
+    };
+
+    // A copy of `label` in blocks that never move, so that the tables can key by views into them.
+    StringView storeLabel(StringView const & label);
+    void freeLabels() noexcept;
+    // The tables, caught up with the options added since they were last used. Filling a table
+    // only when it is needed, at its final size, makes a factory cheap to fill: an ascii read
+    // never builds the hash table, a binary read never the table of labels.
+    Dictionary<StringView, INIOption *> const & names() const;
+    Dictionary<std::uint64_t, INIOption *> const & hashes() const;
     void appendLine(String & out, StringView const & label, INIOption const & option) const;
 
-    Dictionary<String, INIOption *> options_;
-    Dictionary<std::uint64_t, INIOption *> hash_options_;
+    // Owns every option ever added, replaced ones included, in the order of addition.
+    Buffer<Added> added_;
+    Buffer<char *> label_blocks_;
+    unsigned int block_used_ = 0;
+    unsigned int block_size_ = 0;
+    // Label to option, and the label's hash to option: a later option of a label (or of a hash)
+    // replaces the earlier one, which stays owned by added_.
+    mutable Dictionary<StringView, INIOption *> options_;
+    mutable Dictionary<std::uint64_t, INIOption *> hash_options_;
+    mutable unsigned int names_built_ = 0;
+    mutable unsigned int hashes_built_ = 0;
     Dictionary<String, String *> extra_options_;
     Buffer<String> order_;
-    // Options replaced by a later one of the same label, deleted with the factory.
-    Buffer<INIOption *> replaced_;
     char delimiter_ = '=';
     char comment_ = '%';
     bool preserve_order_ = false;
     bool use_hash_labels_ = false;
 };
 
-extern template class INIFactory::INIObject<char>;
-extern template class INIFactory::INIObject<unsigned int>;
-extern template class INIFactory::INIObject<bool>;
-extern template class INIFactory::INIObject<File>;
-extern template class INIFactory::INIObject<String>;
-extern template class INIFactory::INIObject<Time>;
-extern template class INIFactory::INIObject<TimeSpan>;
-extern template class INIFactory::INIObject<UUID>;
-extern template class INIFactory::INIObject<Vector<64, bool>>;
+extern template class QELTA_BASE_EXPORT INIFactory::INIObject<char>;
+extern template class QELTA_BASE_EXPORT INIFactory::INIObject<unsigned int>;
+extern template class QELTA_BASE_EXPORT INIFactory::INIObject<bool>;
+extern template class QELTA_BASE_EXPORT INIFactory::INIObject<File>;
+extern template class QELTA_BASE_EXPORT INIFactory::INIObject<String>;
+extern template class QELTA_BASE_EXPORT INIFactory::INIObject<Time>;
+extern template class QELTA_BASE_EXPORT INIFactory::INIObject<TimeSpan>;
+extern template class QELTA_BASE_EXPORT INIFactory::INIObject<UUID>;
+extern template class QELTA_BASE_EXPORT INIFactory::INIObject<Vector<64, bool>>;
 
 // A class with settings: it fills a fresh factory with its options on each read, save or log
 // listing. Reads prefer the ascii file and fall back on its binary twin (the path with "b"

@@ -84,6 +84,8 @@ void AddQueueCommand(CLI::App & qelta);
 void AddBase64Command(CLI::App & qelta);
 void AddPasswordCommand(CLI::App & qelta);
 void AddCsvCommand(CLI::App & qelta);
+void AddIniCommand(CLI::App & qelta);
+void AddTranslateCommand(CLI::App & qelta);
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
@@ -99,5 +101,7 @@ void DemoResource();
 void DemoFile();
 void DemoFolders();
 void DemoCsv();
+void DemoIni();
+void DemoTranslate();
 
 } // namespace QELTA::Tool

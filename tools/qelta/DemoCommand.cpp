@@ -21,6 +21,8 @@ int RunDemo() {
     DemoFile();
     DemoFolders();
     DemoCsv();
+    DemoIni();
+    DemoTranslate();
     std::puts("\nEnd of the tour.");
     return exit_ok;
 }
@@ -42,7 +44,9 @@ void AddDemoCommand(CLI::App & qelta) {
                "  resource an observable value whose listeners hear each change, once and in order\n"
                "  file     paths kept normalised, their parts, and sizes in whole units\n"
                "  folders  the system's folders and the folder variables of stored paths\n"
-               "  csv      delimited text cut into typed fields, with quotes and empty values",
+               "  csv      delimited text cut into typed fields, with quotes and empty values\n"
+               "  ini      a settings file saved, changed and read back\n"
+               "  translate a text and a number shown in a second language",
                RunDemo);
 }
 

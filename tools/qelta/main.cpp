@@ -16,6 +16,7 @@ constexpr void (*const add_commands[])(CLI::App &) = {
     AddDemoCommand,    AddTextCommand,  AddUuidCommand,    AddNumberCommand,   AddTimeCommand,
     AddLogCommand,     AddAngleCommand, AddConvertCommand, AddResourceCommand, AddFileCommand,
     AddFoldersCommand, AddQueueCommand, AddBase64Command,  AddPasswordCommand, AddCsvCommand,
+    AddIniCommand,     AddTranslateCommand,
 };
 
 // The slots in which the library's messages name paths, filled with its own form of the path
