@@ -12,6 +12,8 @@
 
 #include <filesystem>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace QELTA {
 namespace {
@@ -80,6 +82,26 @@ TEST_F(LanguageFilesTest, SwitchingTheMainLanguageChangesTextsAndSeparators) {
     EXPECT_EQ(Std(hello.translation(String("de_T1")).view()), "Hallo");
     EXPECT_EQ(Std(hello.translation(String("en_US")).view()), "Hello");
     EXPECT_EQ(Std(hello.translation()), "Bonjour");
+}
+
+// The first lookups of several threads load the language once, and all of them see it loaded.
+TEST_F(LanguageFilesTest, ThreadsLookingUpTogetherLoadOnce) {
+    addLanguage("de_T5", "Deutsch", ',', '.', "hello=Hallo\n");
+    Translator german(File(String((folder_ + "de_T5.ini").c_str())));
+    UUID const hello = Translator::DefaultFastID("hello");
+    std::vector<std::thread> threads;
+    std::vector<std::string> seen(4);
+    for (std::size_t i = 0; i < seen.size(); ++i) {
+        threads.emplace_back([&, i] {
+            String out;
+            german.append(out, hello, String("Hello"));
+            seen[i] = Std(out.view());
+        });
+    }
+    for (std::thread & thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(seen, std::vector<std::string>(4, "Hallo"));
 }
 
 TEST_F(LanguageFilesTest, WithoutAnApplicationNameTextsStayEnglish) {
