@@ -259,15 +259,16 @@ class Dictionary {
 
         // A mutable iterator converts to a const one.
         template <bool OtherConst, class = std::enable_if_t<Const && !OtherConst>>
-        Iterator(Iterator<OtherConst> const & other) noexcept
-            : bucket_(other.bucket_), main_end_(other.main_end_), side_(other.side_) {}
+        Iterator(Iterator<OtherConst> const & other) noexcept : bucket_(other.bucket_), owner_(other.owner_) {}
 
         reference operator*() const noexcept { return bucket_->entry; }
         pointer operator->() const noexcept { return &bucket_->entry; }
 
         Iterator & operator++() noexcept {
             bucket_ = NextLive(bucket_);
-            enterSideTableAtMainEnd();
+            if (owner_ != nullptr) [[unlikely]] {
+                crossTableEnds();
+            }
             return *this;
         }
 
@@ -287,24 +288,33 @@ class Dictionary {
 
         using BucketPointer = std::conditional_t<Const, Bucket const *, Bucket *>;
 
-        // A walk that reaches `main_end` goes on at the first live bucket from `side` on; both are
-        // null for a position in the side table, or when there is none.
-        Iterator(BucketPointer bucket, BucketPointer main_end, BucketPointer side) noexcept
-            : bucket_(bucket), main_end_(main_end), side_(side) {
-            enterSideTableAtMainEnd();
+        // `owner`: the dictionary of the position while it has a side table, else null. A walk
+        // that reaches the end of the main table goes on in the side table, and the end of the
+        // side table stands for the end of the whole: end() is always behind the main table. Two
+        // pointers, so that an iterator travels in registers.
+        Iterator(BucketPointer bucket, Dictionary const * owner) noexcept : bucket_(bucket), owner_(owner) {
+            if (owner_ != nullptr) [[unlikely]] {
+                crossTableEnds();
+            }
         }
 
-        void enterSideTableAtMainEnd() noexcept {
-            if (side_ != nullptr && bucket_ == main_end_) [[unlikely]] {
-                bucket_ = side_->distance >= 0 ? side_ : NextLive(side_);
-                main_end_ = nullptr;
-                side_ = nullptr;
+        void crossTableEnds() noexcept {
+            if constexpr (has_side_table) {
+                BucketPointer const main_end = owner_->buckets_ + owner_->bucket_count_;
+                SideTable const & side = *owner_->side_;
+                if (bucket_ == main_end) {
+                    BucketPointer const first = side.buckets_;
+                    bucket_ = first->distance >= 0 ? first : NextLive(first);
+                }
+                if (bucket_ == side.buckets_ + side.bucket_count_) {
+                    bucket_ = main_end;
+                    owner_ = nullptr;
+                }
             }
         }
 
         BucketPointer bucket_ = nullptr;
-        BucketPointer main_end_ = nullptr;
-        BucketPointer side_ = nullptr;
+        Dictionary const * owner_ = nullptr;
     };
 
     using iterator = Iterator<false>;
@@ -376,13 +386,20 @@ class Dictionary {
     size_type bucketCount() const noexcept { return bucket_count_; }
 
     iterator begin() noexcept { return iteratorAt(firstLive()); }
-    iterator end() noexcept { return iterator(endBucket(), nullptr, nullptr); }
+    iterator end() noexcept { return iterator(buckets_ + bucket_count_, nullptr); }
     const_iterator begin() const noexcept { return const_cast<Dictionary *>(this)->begin(); }
     const_iterator end() const noexcept { return const_cast<Dictionary *>(this)->end(); }
 
     iterator find(K const & key) {
-        Bucket * const bucket = findAnywhere(key);
-        return bucket != nullptr ? iteratorAt(bucket) : end();
+        if (Bucket * const bucket = findBucket(key, static_cast<std::uint64_t>(hash_(key)))) {
+            return iteratorAt(bucket);
+        }
+        if constexpr (has_side_table) {
+            if (Bucket * const bucket = findInSideTable(key)) {
+                return iterator(bucket, this);
+            }
+        }
+        return end();
     }
 
     const_iterator find(K const & key) const { return const_cast<Dictionary *>(this)->find(key); }
@@ -452,7 +469,7 @@ class Dictionary {
         if constexpr (has_side_table) {
             if (!inMainTable(bucket)) {
                 side_->eraseBucket(bucket);
-                return iterator(bucket->distance >= 0 ? bucket : NextLive(bucket), nullptr, nullptr);
+                return iterator(bucket->distance >= 0 ? bucket : NextLive(bucket), this);
             }
         }
         eraseBucket(bucket);
@@ -549,29 +566,15 @@ class Dictionary {
         }
     }
 
-    // Where a walk ends: behind the last bucket of the side table once there is one, which keeps
-    // its buckets until clear(), else behind the main table.
-    Bucket * endBucket() const noexcept {
-        if constexpr (has_side_table) {
-            if (side_ != nullptr) [[unlikely]] {
-                return side_->buckets_ + side_->bucket_count_;
-            }
-        }
-        return buckets_ + bucket_count_;
-    }
-
-    // The iterator on a bucket of either table (or on the end of the main table, from where a
-    // walk goes on into the side table).
+    // The iterator on a bucket of either table, or on the end of the main table (from where a
+    // walk goes on into the side table, when there is one).
     iterator iteratorAt(Bucket * bucket) noexcept {
         if constexpr (has_side_table) {
             if (side_ != nullptr) [[unlikely]] {
-                if (!inMainTable(bucket) && bucket != buckets_ + bucket_count_) {
-                    return iterator(bucket, nullptr, nullptr);
-                }
-                return iterator(bucket, buckets_ + bucket_count_, side_->buckets_);
+                return iterator(bucket, this);
             }
         }
-        return iterator(bucket, nullptr, nullptr);
+        return iterator(bucket, nullptr);
     }
 
     bool inMainTable(Bucket const * bucket) const noexcept {
@@ -636,15 +639,12 @@ class Dictionary {
     template <class KeyArg, class... ValueArgs>
     std::pair<iterator, bool> emplaceNew(KeyArg && key, ValueArgs &&... value) {
         std::uint64_t const hash = static_cast<std::uint64_t>(hash_(key));
-        std::uint32_t const stored_hash = static_cast<std::uint32_t>(hash);
         std::uint64_t index = hash & mask_;
         int distance = 0;
-        int same_hash = 0;
         while (distance <= buckets_[index].distance) {
             if (Matches(buckets_[index], key, hash)) {
                 return {iteratorAt(&buckets_[index]), false};
             }
-            same_hash += buckets_[index].truncated_hash == stored_hash;
             ++distance;
             index = (index + 1) & mask_;
         }
@@ -654,13 +654,15 @@ class Dictionary {
                     return {iteratorAt(bucket), false};
                 }
             }
-            if (same_hash >= side_table_same_hash || distance >= side_table_distance) [[unlikely]] {
-                Bucket * const bucket =
-                    sideTable().emplaceNew(std::forward<KeyArg>(key), std::forward<ValueArgs>(value)...).first.bucket_;
-                return {iteratorAt(bucket), true};
+            // Only a walk of at least side_table_same_hash buckets can have met that many keys
+            // of the new key's stored hash, so short walks are not counted.
+            if (distance >= side_table_same_hash) [[unlikely]] {
+                if (distance >= side_table_distance || SameHashesOnWalk(hash, distance) >= side_table_same_hash) {
+                    Bucket * const bucket =
+                        sideTable().emplaceNew(std::forward<KeyArg>(key), std::forward<ValueArgs>(value)...).first.bucket_;
+                    return {iteratorAt(bucket), true};
+                }
             }
-        } else {
-            (void)same_hash;
         }
 
         size_type rehash_to = 0;
@@ -702,6 +704,18 @@ class Dictionary {
         return {iteratorAt(placed), true};
     }
 
+    // The residents of the `distance` buckets from the home of `hash` on that share its stored hash.
+    int SameHashesOnWalk(std::uint64_t hash, int distance) const noexcept {
+        std::uint32_t const stored_hash = static_cast<std::uint32_t>(hash);
+        std::uint64_t index = hash & mask_;
+        int same = 0;
+        for (int step = 0; step < distance; ++step) {
+            same += buckets_[index].truncated_hash == stored_hash;
+            index = (index + 1) & mask_;
+        }
+        return same;
+    }
+
     // Where the robin-hood walk of an absent key with this hash stops: the index and the probe distance.
     std::pair<std::uint64_t, int> freeSlot(std::uint64_t hash) const noexcept {
         std::uint64_t index = hash & mask_;
@@ -725,13 +739,12 @@ class Dictionary {
         }
     }
 
-    // Moves an entry that may not stay in the main table into the side table.
-    Bucket * moveToSideTable(std::uint32_t stored_hash, Entry && entry) {
+    // Moves an entry that may not stay in the main table into the side table. Out of line, so
+    // that the placement it is called from stays small enough to inline.
+    [[gnu::noinline, gnu::cold]] Bucket * moveToSideTable(Entry && entry) {
         if constexpr (has_side_table) {
-            (void)stored_hash;
             return sideTable().emplaceNew(std::move(entry.key_), std::move(entry.value_)).first.bucket_;
         } else {
-            (void)stored_hash;
             (void)entry;
             return nullptr;
         }
@@ -744,7 +757,7 @@ class Dictionary {
     template <class... Args>
     Bucket * placeEntry(std::uint64_t index, int distance, std::uint64_t hash, Args &&... args) {
         if (TooFar(distance)) [[unlikely]] {
-            return moveToSideTable(static_cast<std::uint32_t>(hash), Entry(std::forward<Args>(args)...));
+            return moveToSideTable(Entry(std::forward<Args>(args)...));
         }
         Bucket * bucket = buckets_ + index;
         if (bucket->distance < 0) {
@@ -771,7 +784,7 @@ class Dictionary {
             do {
                 index = (index + 1) & mask_;
                 if (TooFar(++distance)) [[unlikely]] {
-                    moveToSideTable(carried_hash, std::move(carried));
+                    moveToSideTable(std::move(carried));
                     return placed;
                 }
                 bucket = buckets_ + index;
