@@ -264,11 +264,11 @@ void INIFactory::INIObject<T>::read(Scanner & scanner) {
 }
 
 template <class T>
-void INIFactory::INIObject<T>::store(T const & value) {
+void INIFactory::INIObject<T>::store(T && value) {
     if (resource_ != nullptr) {
-        resource_->set(value);
+        resource_->set(std::move(value));
     } else {
-        *value_ = value;
+        *value_ = std::move(value);
     }
 }
 
@@ -281,7 +281,11 @@ void INIFactory::INIObject<T>::fromString(String text) {
     if (text.isEmpty()) {
         return;
     }
-    store(Codec<T>::Parse(text.view(), current()));
+    if constexpr (std::is_same_v<T, String>) {
+        store(std::move(text));
+    } else {
+        store(Codec<T>::Parse(text.view(), current()));
+    }
 }
 
 template <class T>
@@ -407,7 +411,7 @@ Dictionary<StringView, INIOption *> const & INIFactory::names() const {
     return options_;
 }
 
-Dictionary<std::uint64_t, INIOption *> const & INIFactory::hashes() const {
+INIFactory::HashTable const & INIFactory::hashes() const {
     if (hashes_built_ < added_.size()) {
         hash_options_.reserve(hash_options_.size() + (added_.size() - hashes_built_));
         for (; hashes_built_ < added_.size(); ++hashes_built_) {
@@ -559,24 +563,30 @@ void INIFactory::readBinaryFile(File & file) {
     // The rest of the stream at once; records are then cut from memory, each checked against
     // the bytes that are really there.
     File::LargeByteBuffer data;
+    unsigned long long const expected = file.fileSize();
+    if (expected != FileCachedData::unknown_size && expected < (1ull << 30)) {
+        data.ensureCapacity(expected + 1); // one read fills it, and the next finds the end
+    }
     constexpr unsigned long long block = 1 << 16;
     for (;;) {
         unsigned long long const used = data.size();
-        data.setSize(used + block);
+        unsigned long long const room = data.capacity() > used ? data.capacity() - used : 0;
+        unsigned long long const step = room != 0 ? room : block;
+        data.setSize(used + step);
         if (data.data() == nullptr) {
             data.setSize(0); // no memory for the file: it reads as empty
             break;
         }
-        std::size_t const got = std::fread(data.data() + used, 1, block, stream);
+        std::size_t const got = std::fread(data.data() + used, 1, step, stream);
         data.setSize(used + got);
-        if (got < block) {
+        if (got < step) {
             break;
         }
     }
     if (opened) {
         file.close();
     }
-    Dictionary<std::uint64_t, INIOption *> const & options = hashes();
+    HashTable const & options = hashes();
     // A payload of up to binary_payload_limit - 1 bytes, then zeros: the terminator of a text,
     // and what a fixed-size value reads of a payload cut short.
     constexpr unsigned int zeros = 32;
@@ -676,7 +686,7 @@ void INIFactory::writeToBinaryFile(File & file) {
     bool const opened = !file.isOpen();
     // Through a temporary file, as the ascii form: a save cut short leaves the old settings.
     std::FILE * const stream = opened ? file.open(File::WRITE_BINARY_TEMP) : file.filePtr();
-    Dictionary<std::uint64_t, INIOption *> const & options = hashes();
+    HashTable const & options = hashes();
     std::uint32_t const count = static_cast<std::uint32_t>(options.size());
     std::fwrite(&count, sizeof(count), 1, stream);
     for (auto const & [hash, option] : options) {

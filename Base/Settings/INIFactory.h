@@ -75,7 +75,7 @@ class QELTA_BASE_EXPORT INIFactory {
 
       private:
         T const & current() const noexcept { return resource_ != nullptr ? resource_->value() : *value_; }
-        void store(T const & value);
+        void store(T && value);
 
         Resource<T> * resource_;
         T * value_;
@@ -150,6 +150,14 @@ class QELTA_BASE_EXPORT INIFactory {
     static std::uint64_t LabelHash(StringView const & label) noexcept { return label.hash(); }
 
   private:
+    // Label hashes are text hashes already: used as they are, with the byte hash's secret form
+    // for keys chosen to collide.
+    struct LabelHashKey {
+        std::uint64_t operator()(std::uint64_t hash) const noexcept { return hash; }
+        std::uint64_t secret(std::uint64_t hash) const noexcept { return DictionaryHash<std::uint64_t>().secret(hash); }
+    };
+    using HashTable = Dictionary<std::uint64_t, INIOption *, LabelHashKey>;
+
     // An option in the order of addition, with its label kept in the label store.
     struct Added {
         StringView label;
@@ -163,7 +171,7 @@ class QELTA_BASE_EXPORT INIFactory {
     // only when it is needed, at its final size, makes a factory cheap to fill: an ascii read
     // never builds the hash table, a binary read never the table of labels.
     Dictionary<StringView, INIOption *> const & names() const;
-    Dictionary<std::uint64_t, INIOption *> const & hashes() const;
+    HashTable const & hashes() const;
     void appendLine(String & out, StringView const & label, INIOption const & option) const;
 
     // Owns every option ever added, replaced ones included, in the order of addition.
@@ -174,7 +182,7 @@ class QELTA_BASE_EXPORT INIFactory {
     // Label to option, and the label's hash to option: a later option of a label (or of a hash)
     // replaces the earlier one, which stays owned by added_.
     mutable Dictionary<StringView, INIOption *> options_;
-    mutable Dictionary<std::uint64_t, INIOption *> hash_options_;
+    mutable HashTable hash_options_;
     mutable unsigned int names_built_ = 0;
     mutable unsigned int hashes_built_ = 0;
     Dictionary<String, String *> extra_options_;

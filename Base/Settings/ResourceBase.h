@@ -92,6 +92,13 @@ class Resource : public ResourceBase {
         value_ = value;
         refreshListeners();
     }
+    void set(T && value) {
+        if (value_ == value) {
+            return;
+        }
+        value_ = std::move(value);
+        refreshListeners();
+    }
 
   private:
     T value_{};
