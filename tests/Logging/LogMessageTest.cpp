@@ -106,75 +106,36 @@ TEST(LogMessageTest, StoredFormIsOneLineOfFourFields) {
     }
 }
 
-TEST(LogMessageTest, MessageFlagsEachControlOneRule) {
-    char const raw[] = "a\tb\n\x1b[1;31mc\x1b[0m\r";
-    struct Row {
-        bool keep_new_lines;
-        bool keep_tabs;
-        bool keep_formatting;
-        char const * expected;
-    };
-    Row const rows[] = {
-        {true, true, true, raw},
-        {false, false, false, "a\\tb\\nc\\r"},
-        {true, false, true, "a\\tb\n\x1b[1;31mc\x1b[0m\r"},
-        {false, true, true, "a\tb\\n\x1b[1;31mc\x1b[0m\\r"},
-        {true, true, false, "a\tb\nc\r"},
-    };
-    LogMessage const message(sample_time, raw, 0, 0);
-    for (Row const & row : rows) {
-        SCOPED_TRACE(testing::Message() << row.keep_new_lines << row.keep_tabs << row.keep_formatting);
-        EXPECT_EQ(Text(message.message(row.keep_new_lines, row.keep_tabs, row.keep_formatting).view()), row.expected);
-    }
-}
-
-TEST(LogMessageTest, FormattingRemovalLeavesNoSequence) {
-    struct Row {
-        char const * raw;
-        char const * expected;
-    };
-    Row const rows[] = {
-        {"\x1b[31mred\x1b[0m", "red"},
-        {"\x1b[38;5;196mx\x1b[K", "x"},
-        {"\x1b[m", ""},
-        // A byte 27 that starts no sequence stays.
-        {"a\x1b b", "a\x1b b"},
-        {"\x1b[31", "\x1b[31"},
-        // Removing a sequence joins a stray byte 27 with the rest into a new one, which goes too.
-        {"\x1bx\x1b\x1b[1m[2mz", "\x1bxz"},
-    };
-    for (Row const & row : rows) {
-        SCOPED_TRACE(row.expected);
-        EXPECT_EQ(Text(LogMessage(sample_time, row.raw, 0, 0).message(true, true, false).view()), row.expected);
-    }
-}
-
 TEST(LogMessageTest, AppendMessageChangesOnlyTheAppendedPart) {
     StringAllocatingView out(StringView("kept\t\n\x1b[1m|"));
     LogMessage(sample_time, "a\tb\n\x1b[2mc", 0, 0).appendMessage(out, false, false, false);
     EXPECT_EQ(Text(out.view()), "kept\t\n\x1b[1m|a\\tb\\nc");
 }
 
-TEST(LogMessageTest, AnsiiEscapeBlocks) {
+// Hand-worked rows for the rules the expressions below also hold: a byte 27 that starts no
+// sequence stays, a removal joins a stray byte 27 with what follows into a new sequence that goes
+// too, a leading sequence gives no "0" block before it and a trailing one an empty last block.
+TEST(LogMessageTest, SequencesAndTheirBlocks) {
     struct Row {
         char const * raw;
-        Blocks expected;
+        char const * stripped;
+        Blocks blocks;
     };
     Row const rows[] = {
-        {"", {}},
-        {"plain", {{"0", "plain"}}},
-        // A leading sequence gives no "0" block before it.
-        {"\x1b[31mred", {{"31", "red"}}},
-        // A sequence at the very end gives a last block with an empty text.
-        {"pre\x1b[1;32mgreen\x1b[0m", {{"0", "pre"}, {"1;32", "green"}, {"0", ""}}},
-        {"a\x1b[mb", {{"0", "a"}, {"", "b"}}},
-        {"\x1b[31mred\x1b stray\x1b[0mend", {{"31", "red"}, {"0", "\x1b stray"}, {"0", "end"}}},
-        {"\x1b[31mred\x1b stray", {{"31", "red"}, {"0", "\x1b stray"}}},
-        {"x\x1b[31", {{"0", "x\x1b[31"}}},
+        {"", "", {}},
+        {"plain", "plain", {{"0", "plain"}}},
+        {"\x1b[31mred", "red", {{"31", "red"}}},
+        {"pre\x1b[1;32mgreen\x1b[0m", "pregreen", {{"0", "pre"}, {"1;32", "green"}, {"0", ""}}},
+        {"a\x1b[mb", "ab", {{"0", "a"}, {"", "b"}}},
+        {"\x1b[31mred\x1b stray\x1b[0mend", "red\x1b strayend", {{"31", "red"}, {"0", "\x1b stray"}, {"0", "end"}}},
+        {"x\x1b[31", "x\x1b[31", {{"0", "x\x1b[31"}}},
+        {"\x1bx\x1b\x1b[1m[2mz", "\x1bxz", {{"0", "\x1bx\x1b"}, {"1", "[2mz"}}},
     };
     for (Row const & row : rows) {
-        SCOPED_TRACE(row.raw);
-        EXPECT_EQ(BlocksOf(LogMessage(sample_time, row.raw, 0, 0)), row.expected);
+        SCOPED_TRACE(testing::PrintToString(std::string(row.raw)));
+        LogMessage const message(sample_time, row.raw, 0, 0);
+        EXPECT_EQ(Text(message.message(true, true, false).view()), row.stripped);
+        EXPECT_EQ(BlocksOf(message), row.blocks);
     }
 }
 
