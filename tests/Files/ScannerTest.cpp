@@ -41,6 +41,11 @@ struct SizeLimit {
     ~SizeLimit() { Scanner::SetMaxSourceSizeForTesting(0); }
 };
 
+std::unique_ptr<Scanner> Open(bool buffered, File const & file, char delimiter, File::OpenMode mode) {
+    return buffered ? std::make_unique<BufferedScanner>(file, delimiter, mode)
+                    : std::make_unique<Scanner>(file, delimiter, mode);
+}
+
 class ScannerFileTest : public Testing::TempFolderTest {
   protected:
     File Write(std::string const & name, std::string const & content) {
@@ -55,8 +60,7 @@ TEST_F(ScannerFileTest, ReadsEveryFieldTypeFromBothSources) {
                                          "'a;b';16384.9;0.1;2021_03_04_10_20_30;dropped;x\n");
     for (bool buffered : {false, true}) {
         SCOPED_TRACE(buffered ? "BufferedScanner" : "Scanner");
-        std::unique_ptr<Scanner> scanner = buffered ? std::make_unique<BufferedScanner>(file, ';', File::READ_TEXT)
-                                                    : std::make_unique<Scanner>(file, ';', File::READ_TEXT);
+        std::unique_ptr<Scanner> const scanner = Open(buffered, file, ';', File::READ_TEXT);
         scanner->setQuoteCharacter('\'');
         ASSERT_TRUE(scanner->nextLine());
         EXPECT_EQ(Text(scanner->currentLine()), "id;value");
@@ -312,9 +316,7 @@ TEST_F(ScannerFileTest, EmptyLineAndWhiteSpaceSwitches) {
     };
     for (Row const & row : rows) {
         SCOPED_TRACE(testing::Message() << row.buffered << row.ignore_empty << row.ignore_white);
-        std::unique_ptr<Scanner> scanner = row.buffered
-                                               ? std::make_unique<BufferedScanner>(file, ',', File::READ_BINARY)
-                                               : std::make_unique<Scanner>(file, ',', File::READ_BINARY);
+        std::unique_ptr<Scanner> const scanner = Open(row.buffered, file, ',', File::READ_BINARY);
         scanner->setIgnoreEmptyLines(row.ignore_empty);
         scanner->setIgnoreWhiteSpace(row.ignore_white);
         EXPECT_EQ(Lines(*scanner), row.lines);
@@ -325,8 +327,7 @@ TEST_F(ScannerFileTest, PositionsAfterEachRead) {
     File const file = Write("pos.csv", "12,ab,,7\r\nx\n");
     for (bool buffered : {false, true}) {
         SCOPED_TRACE(buffered);
-        std::unique_ptr<Scanner> scanner = buffered ? std::make_unique<BufferedScanner>(file, ',', File::READ_TEXT)
-                                                    : std::make_unique<Scanner>(file, ',', File::READ_TEXT);
+        std::unique_ptr<Scanner> const scanner = Open(buffered, file, ',', File::READ_TEXT);
         ASSERT_TRUE(scanner->nextLine());
         EXPECT_EQ(scanner->getCurrentFilePosition(), 10u);
         EXPECT_EQ(scanner->getCurrentLineNumber(), 1u);
@@ -360,8 +361,7 @@ TEST_F(ScannerFileTest, BadInputStaysInsideTheLine) {
     File const file = Write("bad.txt", std::string(bytes, sizeof bytes - 1));
     for (bool buffered : {false, true}) {
         SCOPED_TRACE(buffered);
-        std::unique_ptr<Scanner> scanner = buffered ? std::make_unique<BufferedScanner>(file, ',', File::READ_BINARY)
-                                                    : std::make_unique<Scanner>(file, ',', File::READ_BINARY);
+        std::unique_ptr<Scanner> const scanner = Open(buffered, file, ',', File::READ_BINARY);
         scanner->setQuoteCharacter('"');
         ASSERT_TRUE(scanner->nextLine());
         EXPECT_EQ(scanner->getLineLength(), 7u);
