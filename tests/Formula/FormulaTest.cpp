@@ -1,0 +1,193 @@
+// Formulas: their inputs, the one-pass expansion and its bounds, their value, units typed into
+// them, and their display text.
+#include "Base/Formula/Formula.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace QELTA {
+namespace {
+
+std::string Text(String const & text) {
+    return std::string(text.data(), text.size());
+}
+
+Formula MakeFormula(char const * text, std::vector<std::pair<char const *, char const *>> const & variables = {}) {
+    Formula formula;
+    formula.formula = text;
+    for (auto const & [name, expression] : variables) {
+        formula.variables[String(name)] = String(expression);
+    }
+    return formula;
+}
+
+TEST(FormulaTest, ListsEveryBracketedNameInOrder) {
+    struct Case {
+        char const * text;
+        std::vector<std::string> names;
+    } const cases[] = {
+        {"[a]+[b]*[a]", {"a", "b", "a"}},
+        {"a+b", {}},
+        {"", {}},
+        {"[]", {""}},
+        {"[a[b]c]", {"a", "b"}}, // a '[' inside a name starts the next
+        {"[width", {"width"}},
+        {"x]y[z", {"z"}},
+        {"[ x \r]", {" x \r"}},
+    };
+    for (Case const & test : cases) {
+        SCOPED_TRACE(test.text);
+        StringBuffer const names = MakeFormula(test.text).dependentVariables();
+        ASSERT_EQ(names.size(), test.names.size());
+        for (unsigned int i = 0; i < names.size(); ++i) {
+            EXPECT_EQ(Text(names[i]), test.names[i]);
+        }
+    }
+}
+
+TEST(FormulaTest, ExpandsAndSolves) {
+    struct Case {
+        Formula formula;
+        char const * simplified;
+        double value;
+    } const cases[] = {
+        {MakeFormula("[a]*2", {{"a", "2+3"}}), "(2+3)*2", 10.0},
+        {MakeFormula("[a]+[a]", {{"a", "1"}}), "(1)+(1)", 2.0},
+        {MakeFormula("[a]+1"), "[a]+1", NAN},
+        {MakeFormula(""), "", 0.0},
+        {MakeFormula("2+3*4"), "2+3*4", 20.0},
+        {MakeFormula("[a]", {{"b", "1"}}), "[a]", NAN},
+        // Matches are found from left to right and the inserted text is not searched again.
+        {MakeFormula("[a]", {{"a", "[a]+1"}}), "([a]+1)", NAN},
+        {MakeFormula("[aa]", {{"a", "1"}}), "[aa]", NAN},
+    };
+    for (Case const & test : cases) {
+        SCOPED_TRACE(Text(test.formula.formula));
+        EXPECT_EQ(Text(test.formula.simplifiedFormula()), test.simplified);
+        if (std::isnan(test.value)) {
+            EXPECT_TRUE(std::isnan(test.formula.solve()));
+        } else {
+            EXPECT_DOUBLE_EQ(test.formula.solve(), test.value);
+        }
+    }
+}
+
+TEST(FormulaTest, ExpandsADefinitionOnlyWhenItsInputComesLaterInTheTable) {
+    Formula chain;
+    chain.variables[String("a")];
+    chain.variables[String("b")];
+    auto entry = chain.variables.begin();
+    std::string const first = Text(entry->key());
+    std::string const second = Text((++entry)->key());
+    auto bracketed = [](std::string const & name) { return "[" + name + "]"; };
+    // The first entry's definition names the second: one pass expands both.
+    chain.formula = String((bracketed(first) + "*2").c_str());
+    chain.variables[String(first.c_str())] = String((bracketed(second) + "+1").c_str());
+    chain.variables[String(second.c_str())] = "4";
+    EXPECT_EQ(Text(chain.simplifiedFormula()), "((4)+1)*2");
+    EXPECT_DOUBLE_EQ(chain.solve(), 10.0);
+    // The other way round the inner input stays open.
+    Formula reversed = chain; // a copy keeps the table's order
+    reversed.formula = String((bracketed(second) + "*2").c_str());
+    reversed.variables[String(second.c_str())] = String((bracketed(first) + "+1").c_str());
+    reversed.variables[String(first.c_str())] = "4";
+    EXPECT_EQ(Text(reversed.simplifiedFormula()), "(" + bracketed(first) + "+1)*2");
+    EXPECT_TRUE(std::isnan(reversed.solve()));
+    // It can still be filled through the equation.
+    Equation<double> equation = reversed.equation();
+    EXPECT_TRUE(equation.setVariable(String(bracketed(first).c_str()), 4.0));
+    EXPECT_DOUBLE_EQ(equation.evaluate(), 10.0);
+}
+
+TEST(FormulaTest, StopsExpandingBeforeTheTextGrowsTooLarge) {
+    std::string many;
+    for (int i = 0; i < 2000; ++i) {
+        many += "[a]";
+    }
+    Formula formula = MakeFormula(many.c_str(), {{"a", many.c_str()}});
+    EXPECT_EQ(Text(formula.simplifiedFormula()), many);
+    EXPECT_TRUE(std::isnan(formula.solve()));
+
+    // Forty entries, each defined by two of the next: doubling at every step the order allows.
+    Formula doubling;
+    doubling.formula = "[v0]";
+    for (int i = 0; i < 40; ++i) {
+        std::string const next = "[v" + std::to_string(i + 1) + "]";
+        doubling.variables[String(("v" + std::to_string(i)).c_str())] = String((next + next).c_str());
+    }
+    EXPECT_LE(doubling.simplifiedFormula().size(), StatementParser::max_text_size);
+    EXPECT_TRUE(std::isnan(doubling.solve()));
+}
+
+TEST(FormulaTest, UnitSuffixesGoThroughTheUnitAfterExpanding) {
+    ScaledUnit const feet("feet", TranslatedString::DirectString("Feet"), TranslatedString::DirectString("ft"),
+                          3.280839895013123);
+    Formula area = MakeFormula("[width]*[depth]+[extra]", {{"width", "12ft"}, {"depth", "2.5 ft"}, {"extra", "1e1ft"}});
+    area.category = UnitCategory::SURFACE_AREA;
+    String const simplified = area.simplifiedFormula();
+    StringAllocatingView text{simplified.view()};
+    feet.toFormula(text, 0);
+    EXPECT_EQ(std::string(text.view()), "(12)*(2.5)+(1*10^1)");
+    EXPECT_DOUBLE_EQ(StatementParser::solve(text).evaluate(), 40.0);
+    // Without the unit the suffix is an open variable.
+    EXPECT_TRUE(std::isnan(area.solve()));
+}
+
+TEST(FormulaTest, CopiesAreCompleteAndIndependent) {
+    Formula original = MakeFormula("[a]*[b]", {{"a", "3"}, {"b", "4"}});
+    original.id = "area";
+    original.translated_name = TranslatedString::DirectString("Area");
+    original.category = UnitCategory::SURFACE_AREA;
+    original.user_values[1] = 7;
+    original.user_flags[0] = true;
+    Formula copy = original;
+    copy.variables[String("b")] = "5";
+    EXPECT_DOUBLE_EQ(original.solve(), 12.0);
+    EXPECT_DOUBLE_EQ(copy.solve(), 15.0);
+    EXPECT_EQ(Text(copy.id), "area");
+    EXPECT_EQ(copy.category, UnitCategory::SURFACE_AREA);
+    EXPECT_EQ(copy.user_values[1], 7u);
+    EXPECT_TRUE(copy.user_flags[0]);
+    EXPECT_EQ(Text(copy.translated_name.englishTranslation()), "Area");
+    Formula moved = std::move(copy);
+    EXPECT_DOUBLE_EQ(moved.solve(), 15.0);
+}
+
+TEST(FormulaTest, DisplaysAsRichText) {
+    struct Case {
+        char const * text;
+        char const * shown;
+    } const cases[] = {
+        {"x_1^2", "x<sub>1</sub><sup>2</sup>"},
+        {"a*b/c", "a\xC3\x97"
+                  "b\xC3\xB7"
+                  "c"},
+        {"x_ab+1", "x<sub>ab</sub>+1"},
+        {"v^2/2", "v<sup>2</sup>\xC3\xB7"
+                  "2"},
+        {"sqrt([a]_0)", "\xE2\x88\x9A(a<sub>0</sub>)"},
+        // A '^' that ends a superscript is looked at once only, and stays.
+        {"a^b^c", "a<sup>b</sup>^c"},
+        // With both open, an end closes the subscript first, the end of the text both.
+        {"a^b_c d", "a<sup>b<sub>c</sub> d</sup>"},
+        {"m_x_y", "m<sub>x_y</sub>"},
+        {"1\\2", "1/2"},
+        {"", ""},
+    };
+    for (Case const & test : cases) {
+        SCOPED_TRACE(test.text);
+        EXPECT_EQ(Text(Formula::DisplayString(test.text)), test.shown);
+    }
+    Formula formula = MakeFormula("[r]^2*3", {{"r", "a_1"}});
+    EXPECT_EQ(Text(formula.displayFormula(false)), "r<sup>2</sup>\xC3\x97"
+                                                   "3");
+    EXPECT_EQ(Text(formula.displayFormula(true)), "(a<sub>1</sub>)<sup>2</sup>\xC3\x97"
+                                                  "3");
+}
+
+} // namespace
+} // namespace QELTA
