@@ -28,8 +28,10 @@ namespace QELTA {
 // `formula` names an input as "[name]". An entry of `variables` defines the input `name` by
 // another expression, which simplifiedFormula puts in its place in brackets; an input without
 // an entry stays open, and only equation() lets a caller give it a value. `category` and
-// `unit` say what the result measures; `unit` may be null. The expression is plain numbers: a
-// text typed with unit suffixes goes through the unit's Unit::toFormula after simplifying.
+// `unit` say what the result measures; `unit` may be null. The expression holds plain numbers:
+// a definition typed with unit suffixes ("12ft") goes through its unit's Unit::toFormula before
+// it enters the table. toFormula turns every term into a number, names too, so a text with
+// inputs still open does not go through it.
 class QELTA_BASE_EXPORT Formula {
   public:
     static constexpr unsigned long long max_expansion_work = 1ull << 26;

@@ -123,18 +123,33 @@ TEST(FormulaTest, StopsExpandingBeforeTheTextGrowsTooLarge) {
     EXPECT_TRUE(std::isnan(doubling.solve()));
 }
 
-TEST(FormulaTest, UnitSuffixesGoThroughTheUnitAfterExpanding) {
-    ScaledUnit const feet("feet", TranslatedString::DirectString("Feet"), TranslatedString::DirectString("ft"),
-                          3.280839895013123);
-    Formula area = MakeFormula("[width]*[depth]+[extra]", {{"width", "12ft"}, {"depth", "2.5 ft"}, {"extra", "1e1ft"}});
-    area.category = UnitCategory::SURFACE_AREA;
-    String const simplified = area.simplifiedFormula();
-    StringAllocatingView text{simplified.view()};
+String InFeet(char const * typed) {
+    static ScaledUnit const feet("feet", TranslatedString::DirectString("Feet"), TranslatedString::DirectString("ft"),
+                                 3.280839895013123);
+    StringAllocatingView text{StringView(typed)};
     feet.toFormula(text, 0);
-    EXPECT_EQ(std::string(text.view()), "(12)*(2.5)+(1*10^1)");
-    EXPECT_DOUBLE_EQ(StatementParser::solve(text).evaluate(), 40.0);
-    // Without the unit the suffix is an open variable.
-    EXPECT_TRUE(std::isnan(area.solve()));
+    return String(text.view());
+}
+
+TEST(FormulaTest, TakesTextsTypedInAUnitThroughTheUnit) {
+    // Definitions go through the unit before they enter the table; an input stays open.
+    Formula slope = MakeFormula("sqrt([run]*[run]+([rise]*[rise]))");
+    slope.category = UnitCategory::DISTANCE;
+    slope.variables[String("run")] = InFeet("12ft");
+    EXPECT_EQ(Text(slope.variables.at(String("run"))), "12");
+    Equation<double> equation = slope.equation();
+    EXPECT_TRUE(equation.setVariable("[rise]", 5.0));
+    EXPECT_DOUBLE_EQ(equation.evaluate(), 13.0);
+
+    // A text with no inputs left may go through whole, after expanding.
+    Formula area = MakeFormula("[width]*[depth]+[extra]", {{"width", "12ft"}, {"depth", "2.5 ft"}, {"extra", "1e1ft"}});
+    String const in_feet = InFeet(area.simplifiedFormula().c_str());
+    EXPECT_EQ(Text(in_feet), "(12)*(2.5)+(1*10^1)");
+    EXPECT_DOUBLE_EQ(StatementParser::solve(in_feet).evaluate(), 40.0);
+    EXPECT_TRUE(std::isnan(area.solve())); // unread, "ft" is a variable
+
+    // The unit turns names into numbers too, so an open input is lost.
+    EXPECT_TRUE(std::isnan(StatementParser::solve(InFeet("[rise]*2ft")).evaluate()));
 }
 
 TEST(FormulaTest, CopiesAreCompleteAndIndependent) {
