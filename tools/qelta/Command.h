@@ -86,6 +86,7 @@ void AddPasswordCommand(CLI::App & qelta);
 void AddCsvCommand(CLI::App & qelta);
 void AddIniCommand(CLI::App & qelta);
 void AddTranslateCommand(CLI::App & qelta);
+void AddCalcCommand(CLI::App & qelta);
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
@@ -97,6 +98,7 @@ void DemoPassword();
 void DemoLog();
 void DemoAngle();
 void DemoConvert();
+void DemoCalc();
 void DemoResource();
 void DemoFile();
 void DemoFolders();

@@ -17,6 +17,7 @@ int RunDemo() {
     DemoQueue();
     DemoAngle();
     DemoConvert();
+    DemoCalc();
     DemoResource();
     DemoFile();
     DemoFolders();
@@ -41,6 +42,7 @@ void AddDemoCommand(CLI::App & qelta) {
                "  queue    a background thread queue with locks, messages and a progress guard\n"
                "  angle    angles in index units, the sine table and orientations as quaternions\n"
                "  convert  values in the base scale shown in units, read back, and round steps\n"
+               "  calc     arithmetic walked from left to right, and formulas with inputs and units\n"
                "  resource an observable value whose listeners hear each change, once and in order\n"
                "  file     paths kept normalised, their parts, and sizes in whole units\n"
                "  folders  the system's folders and the folder variables of stored paths\n"
