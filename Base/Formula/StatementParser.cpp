@@ -22,6 +22,7 @@ struct FunctionName {
     std::uint8_t op;
 };
 
+constexpr char plain_bracket[] = "(";
 constexpr FunctionName function_names[] = {{"cos(", 4, 'c'}, {"sin(", 4, 's'}, {"tan(", 4, 't'}, {"sqrt(", 5, 'q'}};
 
 bool EndsName(char c) noexcept {
@@ -278,6 +279,18 @@ double Equation<double>::explain(Buffer<Step> & steps) const {
 }
 
 // StatementParser
+
+StringView StatementParser::BracketText(std::uint8_t op) noexcept {
+    if (op == '(') {
+        return plain_bracket;
+    }
+    for (FunctionName const & function : function_names) {
+        if (function.op == op) {
+            return StringView(function.text, function.size);
+        }
+    }
+    return StringView();
+}
 
 Equation<double> StatementParser::solve(StringView const & text) {
     Equation<double> equation;

@@ -109,6 +109,10 @@ class QELTA_BASE_EXPORT StatementParser {
     // Appends the terms of `text` from the byte `position` on to `equation` (the positions in its
     // variables count all its terms) and leaves `position` at the end of the text.
     static void calc(std::uint32_t & position, StringView const & text, Equation<double> & equation);
+
+    // The text that opens a bracket term with this op: "(", "cos(", "sin(", "tan(" or "sqrt(";
+    // empty for any other op.
+    static StringView BracketText(std::uint8_t op) noexcept;
 };
 
 } // namespace QELTA

@@ -64,21 +64,6 @@ Dictionary<std::uint32_t, String> NamesByTerm(Equation<double> const & equation)
     return names;
 }
 
-char const * FunctionText(std::uint8_t op) {
-    switch (op) {
-    case 'c':
-        return "cos(";
-    case 's':
-        return "sin(";
-    case 't':
-        return "tan(";
-    case 'q':
-        return "sqrt(";
-    default:
-        return "(";
-    }
-}
-
 bool OpensBracket(std::uint8_t op) {
     return op == '(' || op == 'c' || op == 's' || op == 't' || op == 'q';
 }
@@ -98,7 +83,7 @@ std::string TermText(Equation<double> const & equation, std::uint32_t position,
         text += ' ';
     }
     if (bracket) {
-        return text + FunctionText(term.op);
+        return text + std::string(StatementParser::BracketText(term.op));
     }
     auto const name = names.find(position);
     if (name != names.end()) {
