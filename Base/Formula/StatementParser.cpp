@@ -115,131 +115,187 @@ void AddTerm(Equation<double> & equation, std::uint8_t op, double value) {
     equation.terms.add(EquationTerm{op, value});
 }
 
-// The function of a bracket term on the bracket's value.
-double ApplyFunction(std::uint8_t op, double value) noexcept {
-    switch (op) {
-    case 'c':
-        return std::cos(value);
-    case 's':
-        return std::sin(value);
-    case 't':
-        return std::tan(value);
-    case 'q':
-        return std::sqrt(value);
-    default:
-        return value;
+// What a term does, by its op byte, and what a closed bracket's value does: first the bracket's
+// function, then the operator that waited in front of the bracket.
+enum Action : std::uint8_t {
+    ADD,
+    SUBTRACT,
+    MULTIPLY,
+    DIVIDE,
+    POWER,
+    REMAINDER,
+    CLOSE,
+    OPEN,
+    UNKNOWN, // gives NaN
+    REPLACE, // no operator waited: the value replaces the running value; no function: unchanged
+    COSINE,
+    SINE,
+    TANGENT,
+    ROOT,
+};
+
+struct ActionTables {
+    std::uint8_t term[256];     // by a term's op
+    std::uint8_t function[256]; // by a bracket term's op
+    std::uint8_t outer[256];    // by the code a bracket term holds
+
+    constexpr ActionTables() : term(), function(), outer() {
+        for (unsigned int code = 0; code < 256; ++code) {
+            term[code] = UNKNOWN;
+            function[code] = UNKNOWN;
+            outer[code] = UNKNOWN;
+        }
+        for (std::uint8_t * table : {term, outer}) {
+            table['+'] = ADD;
+            table['-'] = SUBTRACT;
+            table['*'] = MULTIPLY;
+            table['/'] = DIVIDE;
+            table['^'] = POWER;
+            table['%'] = REMAINDER;
+        }
+        term[0] = ADD;
+        outer[0] = REPLACE;
+        term[')'] = CLOSE;
+        for (std::uint8_t * table : {function, outer}) {
+            table['c'] = COSINE;
+            table['s'] = SINE;
+            table['t'] = TANGENT;
+            table['q'] = ROOT;
+        }
+        function['('] = REPLACE;
+        for (char op : {'(', 'c', 's', 't', 'q'}) {
+            term[static_cast<unsigned char>(op)] = OPEN;
+        }
     }
+};
+
+constexpr ActionTables actions;
+
+std::uint8_t OuterAction(double code) noexcept {
+    return code >= 0.0 && code < 256.0 ? actions.outer[static_cast<unsigned int>(code)] : std::uint8_t{UNKNOWN};
 }
 
-// A closed bracket's value taken into the running value of the level around it, by the operator
-// that waited in front of the bracket: 0 replaces, a function code replaces by the function's
-// value, an unknown code gives NaN.
-double Combine(int outer, double running, double value) noexcept {
-    switch (outer) {
-    case 0:
+[[gnu::always_inline]] inline double Apply(std::uint8_t action, double running, double value) noexcept {
+    switch (action) {
+    case REPLACE:
         return value;
-    case '+':
+    case ADD:
         return running + value;
-    case '-':
+    case SUBTRACT:
         return running - value;
-    case '*':
+    case MULTIPLY:
         return running * value;
-    case '/':
+    case DIVIDE:
         return running / value;
-    case '^':
+    case POWER:
         return std::pow(running, value);
-    case '%':
+    case REMAINDER:
         return std::fmod(running, value);
-    case 'c':
-    case 'q':
-    case 's':
-    case 't':
-        return ApplyFunction(static_cast<std::uint8_t>(outer), value);
+    case COSINE:
+        return std::cos(value);
+    case SINE:
+        return std::sin(value);
+    case TANGENT:
+        return std::tan(value);
+    case ROOT:
+        return std::sqrt(value);
     default:
         return nan;
     }
 }
 
-// The operator code that a bracket term holds as its value; -1 for a value no byte has.
-int OuterCode(double value) noexcept {
-    return value >= 0.0 && value < 256.0 ? static_cast<int>(value) : -1;
-}
-
+// The running value of the level around an open bracket, and what its value does there.
 struct Frame {
     double running;
-    int outer;
     std::uint8_t function;
+    std::uint8_t outer;
 };
 
+[[gnu::always_inline]] inline double Close(Frame const & frame, double value) noexcept {
+    if (frame.function != REPLACE) {
+        value = Apply(frame.function, 0.0, value);
+    }
+    return Apply(frame.outer, frame.running, value);
+}
+
 // The walk of Equation::evaluate without recursion: each open bracket keeps the running value
-// of its level in `frames`. `observe(position, depth, running)` sees every step taken.
-template <class Observer>
+// of its level in `frames`. With `Record`, `record(position, depth, running)` sees every step.
+template <bool Record, class Recorder>
 double Walk(EquationTerm const * terms, std::uint32_t count, double running, std::uint32_t & position,
-            Observer && observe) noexcept {
+            Recorder && record) noexcept {
+    if (position >= count) {
+        return running;
+    }
     Frame frames[Equation<double>::max_depth];
     std::uint32_t depth = 0;
-    std::uint32_t at = position;
-    for (; at < count; ++at) {
-        EquationTerm const & term = terms[at];
-        if (std::isnan(term.value)) {
+    EquationTerm const * const end = terms + count;
+    auto const at = [terms](EquationTerm const * term) { return static_cast<std::uint32_t>(term - terms); };
+    for (EquationTerm const * term = terms + position; term != end; ++term) {
+        double const value = term->value;
+        if (std::isnan(value)) [[unlikely]] {
             if (depth == 0) {
-                position = at;
+                position = at(term);
                 return nan;
             }
             --depth;
-            running = Combine(frames[depth].outer, frames[depth].running, ApplyFunction(frames[depth].function, nan));
-            observe(at, depth, running);
+            running = Close(frames[depth], nan);
+            if constexpr (Record) {
+                record(at(term), depth, running);
+            }
             continue;
         }
-        switch (term.op) {
-        case 0:
-        case '+':
-            running += term.value;
+        switch (actions.term[term->op]) {
+        case ADD:
+            running += value;
             break;
-        case '-':
-            running -= term.value;
+        case SUBTRACT:
+            running -= value;
             break;
-        case '*':
-            running *= term.value;
+        case MULTIPLY:
+            running *= value;
             break;
-        case '/':
-            running /= term.value;
+        case DIVIDE:
+            running /= value;
             break;
-        case '^':
-            running = std::pow(running, term.value);
+        case POWER:
+            running = std::pow(running, value);
             break;
-        case '%':
-            running = std::fmod(running, term.value);
+        case REMAINDER:
+            running = std::fmod(running, value);
             break;
-        case ')':
+        case CLOSE:
             if (depth == 0) {
-                position = at;
+                position = at(term);
                 return running;
             }
             --depth;
-            running =
-                Combine(frames[depth].outer, frames[depth].running, ApplyFunction(frames[depth].function, running));
+            running = Close(frames[depth], running);
             break;
-        case '(':
-        case 'c':
-        case 's':
-        case 't':
-        case 'q':
+        case OPEN:
             if (depth == Equation<double>::max_depth) {
-                position = at;
+                position = at(term);
                 return nan;
             }
-            frames[depth] = Frame{running, OuterCode(term.value), term.op};
+            frames[depth] = Frame{running, actions.function[term->op], OuterAction(value)};
             ++depth;
             running = 0.0;
+            if constexpr (!Record) {
+                // The term that almost always follows, an addition, taken in the same step.
+                if (term + 1 != end && actions.term[term[1].op] == ADD && !std::isnan(term[1].value)) {
+                    ++term;
+                    running += term->value;
+                }
+            }
             break;
         default:
             running = nan;
             break;
         }
-        observe(at, depth, running);
+        if constexpr (Record) {
+            record(at(term), depth, running);
+        }
     }
-    position = at;
+    position = count;
     return depth == 0 ? running : nan;
 }
 
@@ -259,7 +315,7 @@ bool Equation<double>::setVariable(StringView const & name, double value) {
 }
 
 double Equation<double>::evaluate(double running, std::uint32_t & position) const noexcept {
-    return Walk(terms.data(), terms.size(), running, position, [](std::uint32_t, std::uint32_t, double) {});
+    return Walk<false>(terms.data(), terms.size(), running, position, [](std::uint32_t, std::uint32_t, double) {});
 }
 
 double Equation<double>::evaluate() const noexcept {
@@ -271,10 +327,10 @@ double Equation<double>::evaluate() const noexcept {
 double Equation<double>::explain(Buffer<Step> & steps) const {
     steps.clear();
     std::uint32_t position = 0;
-    double const value = Walk(terms.data(), terms.size(), 0.0, position,
-                              [&steps](std::uint32_t at, std::uint32_t depth, double running) {
-                                  steps.add(Step{at, depth, running});
-                              });
+    double const value = Walk<true>(terms.data(), terms.size(), 0.0, position,
+                                    [&steps](std::uint32_t at, std::uint32_t depth, double running) {
+                                        steps.add(Step{at, depth, running});
+                                    });
     return position == terms.size() ? value : nan;
 }
 

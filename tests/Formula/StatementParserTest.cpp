@@ -266,7 +266,7 @@ TEST(StatementParserTest, CombinesByTheCodeAHandMadeBracketHolds) {
         double value; // of 10 then a bracket holding 16
     } const cases[] = {
         {0.0, 16.0}, {'+', 26.0},           {'-', -6.0}, {'*', 160.0}, {'/', 0.625}, {'%', 10.0},
-        {'q', 4.0},  {'c', std::cos(16.0)}, {'a', nan},  {-1.0, nan},  {1e300, nan},
+        {'q', 4.0},  {'c', std::cos(16.0)}, {'a', nan},  {'(', nan},   {-1.0, nan},  {1e300, nan},
     };
     for (Case const & test : cases) {
         SCOPED_TRACE(test.code);
@@ -317,7 +317,7 @@ TEST(StatementParserTest, ExplainsEachStepInTheOrderApplied) {
 }
 
 // Random texts of numbers, variables, operators, brackets and functions: the walk without
-// recursion gives what the plain recursion gives, bit for bit.
+// recursion gives what the plain recursion gives, bit for bit, with and without its steps recorded.
 TEST(StatementParserTest, WalkAgreesWithThePlainRecursion) {
     char const * const pieces[] = {"1", "2.5", "0", "-3", "x",     "y",    "+",    "-",    "*", "/",  "^",   "%",
                                    "(", "(",   ")", ")",  "sqrt(", "cos(", "sin(", "tan(", " ", ".5", "1e2", "\r"};
@@ -331,8 +331,12 @@ TEST(StatementParserTest, WalkAgreesWithThePlainRecursion) {
         }
         Equation<double> equation = StatementParser::solve(StringView(text));
         equation.setVariable("x", 0.5);
+        Buffer<Equation<double>::Step> steps;
+        double const explained = equation.explain(steps);
         double const ours = equation.evaluate();
         double const reference = Testing::ReferenceValue(equation);
+        ASSERT_EQ(std::isnan(explained), std::isnan(ours)) << text;
+        ASSERT_TRUE(std::isnan(ours) || std::memcmp(&ours, &explained, sizeof(double)) == 0) << text;
         if (std::isnan(reference)) {
             ASSERT_TRUE(std::isnan(ours)) << text;
         } else {
