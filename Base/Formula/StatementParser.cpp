@@ -362,6 +362,7 @@ void StatementParser::calc(std::uint32_t & position, StringView const & text, Eq
         return;
     }
     if (position >= text.size()) {
+        position = text.size();
         return;
     }
     char const * const begin = text.data();

@@ -231,6 +231,10 @@ TEST(StatementParserTest, AppendsFromAPositionAndMovesItToTheEnd) {
     EXPECT_EQ(equation.variables.at(String("x"))[0], 1u); // counted over all terms
     equation.setVariable("x", 4.0);
     EXPECT_DOUBLE_EQ(equation.evaluate(), 9.0); // the '*' waiting at the end of "3*" is gone
+    position = 40;
+    StatementParser::calc(position, "1", equation);
+    EXPECT_EQ(position, 1u);
+    EXPECT_EQ(equation.terms.size(), 3u);
 }
 
 TEST(StatementParserTest, WalkStopsOnAStrayCloseOrAnUnsetValue) {
