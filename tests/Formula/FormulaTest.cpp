@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -121,6 +122,41 @@ TEST(FormulaTest, StopsExpandingBeforeTheTextGrowsTooLarge) {
     }
     EXPECT_LE(doubling.simplifiedFormula().size(), StatementParser::max_text_size);
     EXPECT_TRUE(std::isnan(doubling.solve()));
+}
+
+// Random formulas and tables within the bounds: the expansion gives what replacing every
+// "[name]" with std::string, entry by entry in the table's order, gives.
+TEST(FormulaTest, ExpansionAgreesWithPlainReplacement) {
+    char const * const pieces[] = {"[a]", "[b]", "[ab]", "[", "]", "a", "1", "+", "*", "(", ")", " "};
+    char const * const names[] = {"a", "b", "ab", "", "c"};
+    std::mt19937 random(10);
+    auto pick = [&random](unsigned int count) {
+        return std::uniform_int_distribution<unsigned int>(0, count - 1)(random);
+    };
+    auto text = [&](unsigned int length) {
+        std::string made;
+        for (unsigned int n = pick(length); n > 0; --n) {
+            made += pieces[pick(sizeof(pieces) / sizeof(pieces[0]))];
+        }
+        return made;
+    };
+    for (int round = 0; round < 5000; ++round) {
+        Formula formula;
+        formula.formula = String(text(12).c_str());
+        for (unsigned int n = pick(4); n > 0; --n) {
+            formula.variables[String(names[pick(5)])] = String(text(6).c_str());
+        }
+        std::string expected = Text(formula.formula);
+        for (auto const & [name, expression] : formula.variables) {
+            std::string const needle = "[" + Text(name) + "]";
+            std::string const replacement = "(" + Text(expression) + ")";
+            for (std::size_t at = expected.find(needle); at != std::string::npos; at = expected.find(needle, at)) {
+                expected.replace(at, needle.size(), replacement);
+                at += replacement.size();
+            }
+        }
+        ASSERT_EQ(Text(formula.simplifiedFormula()), expected) << Text(formula.formula);
+    }
 }
 
 String InFeet(char const * typed) {
