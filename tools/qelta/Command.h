@@ -87,6 +87,7 @@ void AddCsvCommand(CLI::App & qelta);
 void AddIniCommand(CLI::App & qelta);
 void AddTranslateCommand(CLI::App & qelta);
 void AddCalcCommand(CLI::App & qelta);
+void AddBinaryCommand(CLI::App & qelta);
 
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
@@ -105,5 +106,6 @@ void DemoFolders();
 void DemoCsv();
 void DemoIni();
 void DemoTranslate();
+void DemoBinary();
 
 } // namespace QELTA::Tool

@@ -24,6 +24,7 @@ int RunDemo() {
     DemoCsv();
     DemoIni();
     DemoTranslate();
+    DemoBinary();
     std::puts("\nEnd of the tour.");
     return exit_ok;
 }
@@ -48,7 +49,8 @@ void AddDemoCommand(CLI::App & qelta) {
                "  folders  the system's folders and the folder variables of stored paths\n"
                "  csv      delimited text cut into typed fields, with quotes and empty values\n"
                "  ini      a settings file saved, changed and read back\n"
-               "  translate a text and a number shown in a second language",
+               "  translate a text and a number shown in a second language\n"
+               "  binary   a table packed into compressed blocks, a shared string table, the ratio",
                RunDemo);
 }
 
