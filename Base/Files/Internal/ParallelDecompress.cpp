@@ -26,7 +26,7 @@ extern "C" void __tsan_release(void * address);
 namespace QELTA::Internal {
 namespace {
 
-#if defined(__SANITIZE_THREAD__)
+#if defined(_OPENMP) && defined(__SANITIZE_THREAD__)
 char s_fork_mark;
 char s_join_mark;
 void ForkReleased() noexcept {
@@ -41,7 +41,7 @@ void JoinReleased() noexcept {
 void JoinAcquired() noexcept {
     __tsan_acquire(&s_join_mark);
 }
-#else
+#elif defined(_OPENMP)
 void ForkReleased() noexcept {}
 void ForkAcquired() noexcept {}
 void JoinReleased() noexcept {}
