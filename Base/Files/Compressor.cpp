@@ -308,7 +308,8 @@ int Compressor::ZLibCompress(unsigned char * dest, unsigned char const * source,
                              unsigned long long source_size) {
     unsigned long long const room = size;
     uLongf packed = ZLibLength(room);
-    int const code = compress(dest, &packed, source, ZLibLength(room));
+    // The room doubles as the source length; a caller's larger room must not read past the source.
+    int const code = compress(dest, &packed, source, ZLibLength(std::min(room, source_size)));
     if (code == Z_OK && packed < room) {
         size = packed;
         return code;

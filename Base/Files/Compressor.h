@@ -140,9 +140,10 @@ class QELTA_BASE_EXPORT Compressor {
     // End minus begin of entry `index`; 0 beyond the table.
     static unsigned int GetStringLength(BinaryCompressionObject & object, unsigned int index);
 
-    // zlib's compress at its default level, `size` bytes of `source` into `size` bytes of room.
-    // When that fails or does not shrink the data, the source is copied and `size` becomes
-    // `source_size` (at most the room). Returns zlib's code, also when the copy was made.
+    // zlib's compress at its default level, `size` bytes of `source` (never more than `source_size`)
+    // into `size` bytes of room. When that fails or does not shrink the data, the source is copied
+    // and `size` becomes `source_size` (at most the room). Returns zlib's code, also when the copy
+    // was made.
     static int ZLibCompress(unsigned char * dest, unsigned char const * source, unsigned long long & size,
                             unsigned long long source_size);
     // zlib's uncompress; `dest_size` comes in as the room and goes out as the count, both limited

@@ -347,6 +347,12 @@ TEST(CompressorTest, ZLibCompressKeepsOnlyWhatShrinks) {
     EXPECT_EQ(back_size, text.size());
     EXPECT_EQ(back, text);
 
+    Bytes roomy(text.size() + 100); // more room than source: only the source is read
+    size = roomy.size();
+    EXPECT_EQ(Compressor::ZLibCompress(roomy.data(), text.data(), size, text.size()), Z_OK);
+    EXPECT_EQ(Bytes(roomy.begin(), roomy.begin() + static_cast<long>(size)),
+              Bytes(expected.begin(), expected.begin() + static_cast<long>(expected_size)));
+
     Bytes noise = Noise(500);
     Bytes copy(noise.size());
     size = noise.size();
