@@ -1,8 +1,9 @@
 // Fuzz target: binary container files read in memory mode, and block decompression of every mode.
 //
 // Byte 0 holds switches (64-bit header fields, deferred blocks, a string table first and with its
-// index), bytes 1 to 4 the order of the block readers, and the rest is the file. Every reader runs
-// in that order until the data ends; the deferred blocks are decompressed at the end. Then the
+// index, stream mode on a file instead of memory mode), bytes 1 to 4 the order of the block
+// readers, and the rest is the file. Every reader runs in that order until the data ends; the
+// deferred blocks are decompressed at the end. Then the
 // same bytes go through DecompressData as the payload of each mode, and through a round trip of
 // each mode, which must give them back. A read outside the data, an allocation beyond it or a
 // round trip that changes the bytes is the fault looked for; Compressor's errors are answers.
@@ -11,9 +12,13 @@
 #include "Base/Files/Compressor.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
+#include <random>
+#include <string>
 #include <vector>
 
 namespace {
@@ -86,9 +91,39 @@ void ReadOne(BinaryFile & file, Targets & targets, unsigned char kind) {
     }
 }
 
+// The file that stream mode reads, one for the process, removed at its end.
+class StreamFile {
+  public:
+    StreamFile()
+        : path_(std::filesystem::temp_directory_path() /
+                ("qelta-binary-fuzz-" + std::to_string(std::random_device()()) + ".bin")) {}
+    ~StreamFile() {
+        std::error_code ignored;
+        std::filesystem::remove(path_, ignored);
+    }
+    // Holds exactly these bytes afterwards.
+    std::string const & fill(std::uint8_t const * data, std::size_t size) const {
+        std::FILE * const out = std::fopen(path_.c_str(), "wb");
+        Check(out != nullptr);
+        Check(size == 0 || std::fwrite(data, 1, size, out) == size);
+        Check(std::fclose(out) == 0);
+        return path_.native();
+    }
+
+  private:
+    std::filesystem::path path_;
+};
+
 void ReadFile(std::uint8_t const * data, std::size_t size) {
     unsigned char const switches = data[0];
-    BinaryFile file(data + 5, size - 5);
+    BinaryFile file;
+    if ((switches & 16) != 0) {
+        static StreamFile const stream;
+        file = BinaryFile(QELTA::File(stream.fill(data + 5, size - 5).c_str()));
+        file.open(true);
+    } else {
+        file = BinaryFile(data + 5, size - 5);
+    }
     file.setUseLargeCompression((switches & 1) != 0);
     file.setAllowDeferred((switches & 2) != 0);
     Targets targets;
