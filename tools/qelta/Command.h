@@ -89,6 +89,10 @@ void AddTranslateCommand(CLI::App & qelta);
 void AddCalcCommand(CLI::App & qelta);
 void AddBinaryCommand(CLI::App & qelta);
 
+// The folder of this tour's files, made on first use and removed when the tour ends: each run has
+// its own, so that tours may run side by side.
+File DemoFolder();
+
 // One step of the demo tour per capability, in the order they are shown.
 void DemoText();
 void DemoUuid();

@@ -1,10 +1,19 @@
 // qelta demo: a short tour of what the library does, one step per capability.
 #include "tools/qelta/Command.h"
 
+#include "Base/Files/FileResource.h"
+#include "Base/Logging/InfoPipe.h"
+#include "Base/Text/UUID.h"
+
 #include <cstdio>
 
 namespace QELTA::Tool {
 namespace {
+
+File & TheDemoFolder() {
+    static File s_folder;
+    return s_folder;
+}
 
 int RunDemo() {
     std::puts("QELTA Base - demo tour\n");
@@ -26,10 +35,27 @@ int RunDemo() {
     DemoTranslate();
     DemoBinary();
     std::puts("\nEnd of the tour.");
+    if (!TheDemoFolder().isEmpty() && TheDemoFolder().exists()) {
+        TheDemoFolder().deleteFile(LogPtr());
+    }
     return exit_ok;
 }
 
 } // namespace
+
+File DemoFolder() {
+    File & folder = TheDemoFolder();
+    if (folder.isEmpty()) {
+        StringAllocatingView id;
+        StringStream<UUID>::toString(UUID::CreateUUID(), id);
+        folder = FileResource::OSTempFolder();
+        folder.appendPath("qelta-demo-");
+        folder.appendPath(id.view());
+        folder.append('\\');
+        folder.create(false);
+    }
+    return folder;
+}
 
 void AddDemoCommand(CLI::App & qelta) {
     AddCommand(qelta, "demo", "a tour of the library's capabilities",

@@ -139,8 +139,8 @@ int RunFromBinary(IniArguments const & arguments) {
 
 void DemoIni() {
     std::puts("\n== Settings files");
-    File file = FileResource::OSTempFolder();
-    file.appendPath("qelta-demo-settings.ini");
+    File file = DemoFolder();
+    file.appendPath("settings.ini");
     INIFactory first;
     first.setPreserveOrder(true);
     first.addManagedOption("units", "metric", true);

@@ -65,7 +65,7 @@ void Write(std::filesystem::path const & path, char const * text) {
 
 void DemoTranslate() {
     std::puts("\n== Languages");
-    std::filesystem::path const folder = std::filesystem::temp_directory_path() / "qelta-demo-translations";
+    std::filesystem::path const folder = std::filesystem::path(NativePath(DemoFolder()).c_str()) / "translations";
     std::filesystem::create_directories(folder);
     Write(folder / "de_DE.ini", ("translation_id=de_DE\nlanguage_name=Deutsch\ndecimal_sep=,\nnumber_sep=.\n"
                                  "translation_file=" + (folder / "de_DE.tr").string() + "\n").c_str());
