@@ -4,6 +4,7 @@
 
 #include "Base/Failure/Exception.h"
 #include "Base/Files/Platform/FilePlatform.h"
+#include "Base/Settings/ResourceResolver.h"
 
 #include <mutex>
 
@@ -253,6 +254,13 @@ String FileResource::AppContextName() {
     FolderState & state = State();
     std::lock_guard<std::recursive_mutex> const lock(state.mutex);
     return state.context_name;
+}
+
+bool FileResource::RequestResource(File const & file, std::function<void(bool, StringView const &)> const & callback) {
+    if (file.exists()) {
+        return true;
+    }
+    return ResourceResolver::CheckAndUnzipResource(file.view(), callback);
 }
 
 FileBuffer FileResource::USBDrives() {

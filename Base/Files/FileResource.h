@@ -19,6 +19,8 @@
 #include "Base/Text/StringStream.h"
 #include "Base/Text/StringView.h"
 
+#include <functional>
+
 namespace QELTA {
 
 class QELTA_BASE_EXPORT FileResource {
@@ -75,6 +77,11 @@ class QELTA_BASE_EXPORT FileResource {
     // already built keep the name they were built with.
     static void SetAppContextName(String const & name);
     static String AppContextName();
+
+    // A data resource that may not be on disk yet: true at once when `file` exists; otherwise the
+    // resolvers of ResourceResolver are asked to fetch or unpack it by its path (with their flag
+    // set, as CheckAndUnzipResource does) and their answer is the result.
+    static bool RequestResource(File const & file, std::function<void(bool, StringView const &)> const & callback);
 
     // The removable drives among File::SystemDrives(): none on a system whose one root is "\".
     static FileBuffer USBDrives();
