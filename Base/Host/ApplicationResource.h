@@ -1,4 +1,4 @@
-// ApplicationResource: the all-static face of the running application, starting with its identity.
+// ApplicationResource: the all-static face of the running application: its identity and its user.
 //
 // Nothing here is an instance: the state is a set of static Resources that any part may watch.
 // They are set by the host at start-up, on its primary thread, and read from anywhere; the
@@ -20,6 +20,9 @@ class QELTA_BASE_EXPORT ApplicationResource {
     // English.
     static Resource<TranslatedString> application_name;
     static Resource<String> application_version;
+    // Who uses the application, as "modules.ini" keeps it.
+    static Resource<String> username;
+    static Resource<String> user_email;
 };
 
 } // namespace QELTA
