@@ -298,22 +298,42 @@ void ModuleManager::FindModules(File const & module_folder) {
     FindModules(list_file, module_folder);
 }
 
+Buffer<String> ModuleManager::ReadModuleList(File const & list_file) {
+    Buffer<String> names;
+    if (!list_file.exists()) {
+        return names;
+    }
+    Scanner scanner(list_file, list_delimiter, File::READ_TEXT);
+    while (scanner.nextLine()) {
+        StringView const name = scanner.getNext();
+        if (name.data() == nullptr || name.isEmpty() || name[0] == comment_mark) {
+            continue;
+        }
+        names.add(String(name));
+    }
+    return names;
+}
+
+File ModuleManager::ModuleFile(StringView const & name, File const & module_folder) {
+    if (!IsPlainName(name)) {
+        return File();
+    }
+    File const folder = AsFolder(module_folder);
+    File file = folder;
+    file.appendPath(name);
+    file.appendPath(ModulePlatform::LibraryEnding());
+    // Whatever the path rules make of the name, the file must lie directly in the folder.
+    if (file.getParentDirectory().view() != folder.view()) {
+        return File();
+    }
+    return file;
+}
+
 void ModuleManager::FindModules(File const & list_file, File const & module_folder) {
     if (!list_file.exists()) {
         return;
     }
-    Buffer<String> names;
-    {
-        Scanner scanner(list_file, list_delimiter, File::READ_TEXT);
-        while (scanner.nextLine()) {
-            StringView const name = scanner.getNext();
-            if (name.data() == nullptr || name.isEmpty() || name[0] == comment_mark) {
-                continue;
-            }
-            names.add(String(name));
-        }
-    }
-    FindModules(names, module_folder);
+    FindModules(ReadModuleList(list_file), module_folder);
 }
 
 void ModuleManager::FindModules(Buffer<String> const & names, File const & module_folder) {
@@ -332,28 +352,23 @@ void ModuleManager::FindModules(Buffer<String> const & names, File const & modul
             continue;
         }
         File file;
-        bool refused = !IsPlainName(name.view());
         bool built = false;
         // A name too long for a path raises here, as every path does.
         Internal::RunModuleGuarded([&] {
-            if (refused) {
-                return;
-            }
-            File candidate = folder;
-            candidate.appendPath(name);
-            candidate.appendPath(ModulePlatform::LibraryEnding());
-            refused = candidate.getParentDirectory().view() != folder.view();
-            file = std::move(candidate);
+            file = ModuleFile(name.view(), folder);
             built = true;
         });
-        if (refused) {
+        if (!built) {
+            continue;
+        }
+        if (file.isEmpty()) {
             TranslatedString message =
                 Filled(Translatable(name_refused_label, name_refused_text), module_slot, name.view());
             Report(Exception(Filled(std::move(message), file_slot, folder.view()),
                              Translatable(module_load_error_title), false));
             continue;
         }
-        if (!built || !file.exists()) {
+        if (!file.exists()) {
             continue;
         }
         Module module;

@@ -55,14 +55,21 @@ class QELTA_BASE_EXPORT ModuleManager {
 
     // Finding and adding
 
+    // The names of a module list: one a line, up to the first "|", without a line's enclosing
+    // quotes; blank lines and lines beginning with "#" are skipped. Empty when the file doesn't
+    // exist.
+    static Buffer<String> ReadModuleList(File const & list_file);
+    // The library file that `name` stands for in the folder (`name` + ".so"), or an empty File for
+    // a name that isn't a plain file name: a separator or a zero byte in it, "." or "..". A name
+    // too long for a path raises the file layer's FileException.
+    static File ModuleFile(StringView const & name, File const & module_folder);
     // Reads "ModuleList" in the folder.
     static void FindModules(File const & module_folder);
-    // One name a line, up to the first "|"; blank lines and lines beginning with "#" are skipped.
-    // A missing list file does nothing.
+    // FindModules on the names of ReadModuleList; a missing list file does nothing.
     static void FindModules(File const & list_file, File const & module_folder);
-    // Loads each name not known yet whose library exists in the folder, in the order given. A
-    // name that isn't a plain file name (a separator or a zero byte in it, or "." or "..") is
-    // refused: nothing outside the folder is ever loaded.
+    // Loads each name not known yet whose library (ModuleFile) exists in the folder, in the order
+    // given. A name that ModuleFile refuses is reported as a "Module load error": nothing outside
+    // the folder is ever loaded.
     static void FindModules(Buffer<String> const & names, File const & module_folder);
     // A library file that exists, named after its name part, when it loads.
     static void AddModule(File const & library_file);
