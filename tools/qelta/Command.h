@@ -88,6 +88,7 @@ void AddIniCommand(CLI::App & qelta);
 void AddTranslateCommand(CLI::App & qelta);
 void AddCalcCommand(CLI::App & qelta);
 void AddBinaryCommand(CLI::App & qelta);
+void AddModulesCommand(CLI::App & qelta);
 
 // The folder of this tour's files, made on first use and removed when the tour ends: each run has
 // its own, so that tours may run side by side.
@@ -111,5 +112,6 @@ void DemoCsv();
 void DemoIni();
 void DemoTranslate();
 void DemoBinary();
+void DemoModules();
 
 } // namespace QELTA::Tool

@@ -34,6 +34,7 @@ int RunDemo() {
     DemoIni();
     DemoTranslate();
     DemoBinary();
+    DemoModules();
     std::puts("\nEnd of the tour.");
     if (!TheDemoFolder().isEmpty() && TheDemoFolder().exists()) {
         TheDemoFolder().deleteFile(LogPtr());
@@ -76,7 +77,8 @@ void AddDemoCommand(CLI::App & qelta) {
                "  csv      delimited text cut into typed fields, with quotes and empty values\n"
                "  ini      a settings file saved, changed and read back\n"
                "  translate a text and a number shown in a second language\n"
-               "  binary   a table packed into compressed blocks, a shared string table, the ratio",
+               "  binary   a table packed into compressed blocks, a shared string table, the ratio\n"
+               "  modules  the sample plug-in module beside qelta, loaded and driven through its stages",
                RunDemo);
 }
 

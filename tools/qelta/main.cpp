@@ -16,12 +16,12 @@ constexpr void (*const add_commands[])(CLI::App &) = {
     AddDemoCommand, AddTextCommand,    AddUuidCommand,      AddNumberCommand, AddTimeCommand,
     AddLogCommand,  AddAngleCommand,   AddConvertCommand,   AddCalcCommand,   AddResourceCommand,
     AddFileCommand, AddFoldersCommand, AddQueueCommand,     AddBase64Command, AddPasswordCommand,
-    AddCsvCommand,  AddIniCommand,     AddTranslateCommand, AddBinaryCommand,
+    AddCsvCommand,  AddIniCommand,     AddTranslateCommand, AddBinaryCommand, AddModulesCommand,
 };
 
 // The slots in which the library's messages name paths, filled with its own form of the path
-// (see File.h and FileException.h).
-constexpr char const * path_slots[] = {"[file_name]", "[file]", "[file_a]", "[file_b]"};
+// (see File.h, FileException.h and ModuleManager.h).
+constexpr char const * path_slots[] = {"[file_name]", "[file]", "[file_a]", "[file_b]", "[library]"};
 
 bool ReadCount(std::string const & digits, unsigned int min, unsigned int max, unsigned int & count) {
     if (digits.empty() || digits.size() > 9 || digits.find_first_not_of("0123456789") != std::string::npos) {
