@@ -21,6 +21,8 @@
 
 namespace QELTA {
 
+class RGBColor;
+
 // The current line is cut from the cursor (`linePosition()`, a byte index into `currentLine()`).
 // Each field reader (getNext<T>, getNextHex<T>, getNext()) works in four steps:
 //   1. with ignore-white-space set, step over blanks and tabs, stopping at the delimiter even
@@ -32,9 +34,9 @@ namespace QELTA {
 // Empty values, given also for a field that doesn't parse: char 0; signed char -128; unsigned
 // char 255; short -32768; unsigned short 65535; int -2147483648; unsigned int 4294967295; long
 // long its lowest value; float and double NaN; bool false; String empty; a null StringView;
-// Angle as its float; Time (read as local time by the time format) Invalid. A number too large
-// for its type gives the empty value, and the cursor still moves behind its digits. Unsigned
-// readers refuse a '-'.
+// Angle as its float; Time (read as local time by the time format) Invalid; RGBColor the error
+// colour (255, 255, 254, 0), the 32-bit value 0x00FEFFFF. A number too large for its type gives
+// the empty value, and the cursor still moves behind its digits. Unsigned readers refuse a '-'.
 //
 // Quoting: inside a pair of quote characters a delimiter does not end the field. A quote
 // character equal to the delimiter quotes nothing, which is the state of a new Scanner.
@@ -126,8 +128,8 @@ class QELTA_BASE_EXPORT Scanner {
     File const & file() const noexcept { return file_; }
 
     // Field readers (see the class comment); defined for char, signed char, unsigned char, short,
-    // unsigned short, int, unsigned int, long long, float, double, bool, String, Time, Angle<int>
-    // and Angle<double>.
+    // unsigned short, int, unsigned int, long long, float, double, bool, String, Time, Angle<int>,
+    // Angle<double> and RGBColor.
     template <class T>
     T getNext();
     // Hexadecimal digits of either case up to the first other byte; digits beyond the type's
@@ -242,6 +244,11 @@ template <> double Scanner::getNext<double>();
 template <> bool Scanner::getNext<bool>();
 template <> String Scanner::getNext<String>();
 template <> Time Scanner::getNext<Time>();
+// "#" and hexadecimal digits: the colour whose bytes in memory, read as a little-endian word, are
+// the value (so alpha and blue come first). Else up to three digits: the row of the ACIColor
+// palette. Anything else, and an index from 256 on, is the error colour. Defined with the colour
+// types in Base/Color/RGBColor.cpp, so that the files subsystem needs no colour header.
+template <> RGBColor Scanner::getNext<RGBColor>();
 template <> unsigned char Scanner::getNextHex<unsigned char>();
 template <> unsigned int Scanner::getNextHex<unsigned int>();
 // clang-format on
