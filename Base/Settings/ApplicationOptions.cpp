@@ -1,6 +1,7 @@
 // Application options: typed options with defaults, and the registry of their groups.
 #include "Base/Settings/ApplicationOptions.h"
 
+#include "Base/Color/RGBColor.h"
 #include "Base/Failure/Exception.h"
 
 #include <utility>
@@ -30,6 +31,12 @@ String Text(Time const & value) {
     return String(out.view());
 }
 
+String Text(RGBColor const & value) {
+    StringAllocatingView out;
+    StringStream<RGBColor>::toString(value, out);
+    return String(out.view());
+}
+
 void Parse(StringView const & text, bool & value) {
     value = !text.isEmpty() && (text[0] == 'T' || text[0] == '1' || text[0] == 't');
 }
@@ -45,6 +52,10 @@ void Parse(StringView const & text, Time & value) {
     } catch (Exception const &) {
         value = Time();
     }
+}
+
+void Parse(StringView const & text, RGBColor & value) {
+    StringStream<RGBColor>::fromString(text, value);
 }
 
 // "<group label>-<option label>".
@@ -111,6 +122,7 @@ INIOption * ApplicationOption<T>::createINIOption() const {
 template class ApplicationOption<bool>;
 template class ApplicationOption<String>;
 template class ApplicationOption<Time>;
+template class ApplicationOption<RGBColor>; // declared in Base/Color/ColorOptions.h
 
 void ApplicationOptions::addOption(TranslatedString const & name, ApplicationOptionBase * option) {
     addOption(TranslatedString(), name, option);

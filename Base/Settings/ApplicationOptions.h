@@ -46,7 +46,7 @@ class QELTA_BASE_EXPORT ApplicationOptionBase {
 };
 
 // An option with a value and a default; defined for bool, String and Time (stored in the form
-// "YYYY/MM/DD HH:mm:ss", UTC).
+// "YYYY/MM/DD HH:mm:ss", UTC), and RGBColor (ColorOptions.h).
 template <class T>
 class QELTA_BASE_EXPORT ApplicationOption : public ApplicationOptionBase {
   public:

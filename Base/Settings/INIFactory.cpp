@@ -1,6 +1,7 @@
 // The settings files: options of each type, the ascii and binary readers and writers, escapes.
 #include "Base/Settings/INIFactory.h"
 
+#include "Base/Color/RGBColor.h"
 #include "Base/Failure/Exception.h"
 #include "Base/Files/FileException.h"
 #include "Base/Files/Scanner.h"
@@ -211,6 +212,18 @@ struct Codec<Vector<64, bool>> {
     }
 };
 
+template <>
+struct Codec<RGBColor> {
+    static String Format(RGBColor const & value) { return Text(value); }
+    static RGBColor Parse(StringView const & text, RGBColor const &) {
+        RGBColor value;
+        StringStream<RGBColor>::fromString(text, value);
+        return value;
+    }
+    static void Write(std::FILE * file, RGBColor const & value) { WriteBytes(file, &value, sizeof(RGBColor)); }
+    static RGBColor Read(char const * bytes, RGBColor const &) { return ReadPlain<RGBColor>(bytes); }
+};
+
 // Types whose binary payload is their escaped text.
 template <class T>
 constexpr bool has_text_payload = std::is_same_v<T, String> || std::is_same_v<T, File>;
@@ -328,6 +341,7 @@ template class INIFactory::INIObject<Time>;
 template class INIFactory::INIObject<TimeSpan>;
 template class INIFactory::INIObject<UUID>;
 template class INIFactory::INIObject<Vector<64, bool>>;
+template class INIFactory::INIObject<RGBColor>; // declared in Base/Color/ColorOptions.h
 
 // INIFactory
 

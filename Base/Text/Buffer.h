@@ -391,4 +391,12 @@ class Buffer : public BufferBase {
     Index capacity_;
 };
 
+// Equal sizes and equal elements in order, by T's ==, so that a Buffer may be an observed value.
+// Texts compare through their views and are left out.
+template <class T, class Allocator>
+requires(!std::is_same_v<T, char>) bool operator==(Buffer<T, Allocator> const & left,
+                                                   Buffer<T, Allocator> const & right) {
+    return left.size() == right.size() && std::equal(left.begin(), left.end(), right.begin());
+}
+
 } // namespace QELTA
