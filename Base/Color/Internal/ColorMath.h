@@ -22,12 +22,20 @@ inline unsigned char WrapToByte(double value) noexcept {
     return static_cast<unsigned char>(static_cast<unsigned long long>(static_cast<long long>(value)));
 }
 
+inline unsigned char WrapToByte(float value) noexcept {
+    return WrapToByte(static_cast<double>(value));
+}
+
 // `value` clamped to 0 to 255 and truncated; NaN gives 0.
 inline unsigned char ClampToByte(double value) noexcept {
     if (!(value > 0.0)) {
         return 0;
     }
     return value >= 255.0 ? 255 : static_cast<unsigned char>(value);
+}
+
+inline unsigned char ClampToByte(float value) noexcept {
+    return ClampToByte(static_cast<double>(value));
 }
 
 // The channel `byte` made linear: c / 12.92 up to 0.04045, else ((c + 0.055) / 1.055)^2.2, with
