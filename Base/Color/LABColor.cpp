@@ -92,14 +92,34 @@ TranslatedString const & LABColor::getName() const {
         float const db = b - table.b[i];
         distances[i] = dl * dl + da * da + db * db;
     }
-    // The search starts from row 2 with the index of row 0, deliberately (see the header).
-    float best = distances[first_searched_row];
-    unsigned int best_index = jet_black_row;
-    for (unsigned int i = first_searched_row + 1; i < NamedColors::count; ++i) {
-        if (distances[i] < best) {
-            best = distances[i];
-            best_index = i;
+    // The least distance of rows 3 to 212, kept in lanes that do not wait for each other, then
+    // the first row at that distance: the first of equal distances, as a walk in order finds it.
+    constexpr unsigned int lanes = 8;
+    float least[lanes];
+    for (float & lane : least) {
+        lane = std::numeric_limits<float>::infinity();
+    }
+    unsigned int i = first_searched_row + 1;
+    for (; i + lanes <= NamedColors::count; i += lanes) {
+        for (unsigned int j = 0; j < lanes; ++j) {
+            least[j] = distances[i + j] < least[j] ? distances[i + j] : least[j];
         }
+    }
+    for (; i < NamedColors::count; ++i) {
+        least[0] = distances[i] < least[0] ? distances[i] : least[0];
+    }
+    float smallest = least[0];
+    for (float const lane : least) {
+        smallest = lane < smallest ? lane : smallest;
+    }
+    // The search starts from row 2 with the index of row 0, deliberately (see the header): a row
+    // must be strictly nearer than row 2 to be named. NaN distances name no row.
+    if (!(smallest < distances[first_searched_row])) {
+        return table.rows[jet_black_row].second;
+    }
+    unsigned int best_index = first_searched_row + 1;
+    while (best_index + 1 < NamedColors::count && distances[best_index] != smallest) {
+        ++best_index;
     }
     return table.rows[best_index].second;
 }

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace QELTA {
 namespace {
@@ -89,14 +90,20 @@ TEST(NamedColorTest, NamesOfTellingColours) {
     EXPECT_EQ(English(ACIColor(1).getName()), "Luminous Bright Red");
 }
 
-// The vectorised search against a plain walk of the table as the names are defined.
+// The search in lanes against a plain walk of the table as the names are defined, on random colours
+// and on the rows themselves, where equal rows test that the first of equal distances wins.
 TEST(NamedColorTest, NearestNameMatchesAPlainSearch) {
     Buffer<std::pair<LABColor, TranslatedString>> const & table = LABColor::RALClassicColors();
+    std::vector<LABColor> labs;
+    for (auto const & row : table) {
+        labs.push_back(row.first);
+    }
     std::mt19937 random(23);
     std::uniform_int_distribution<int> byte(0, 255);
     for (int i = 0; i < 3000; ++i) {
-        RGBColor const rgb(byte(random), byte(random), byte(random));
-        LABColor const lab = Lab(rgb);
+        labs.push_back(Lab(RGBColor(byte(random), byte(random), byte(random))));
+    }
+    for (LABColor const & lab : labs) {
         RGBColor const back{XYZColor(lab)};
         unsigned int expected = 0;
         if (back.red == 255 && back.green == 255 && back.blue == 255) {
@@ -115,7 +122,7 @@ TEST(NamedColorTest, NearestNameMatchesAPlainSearch) {
                 }
             }
         }
-        ASSERT_EQ(&lab.getName(), &table[expected].second) << Std(rgb.getHexRGB().view());
+        ASSERT_EQ(&lab.getName(), &table[expected].second) << Std(back.getHexRGB().view());
     }
 }
 
