@@ -89,6 +89,7 @@ void AddTranslateCommand(CLI::App & qelta);
 void AddCalcCommand(CLI::App & qelta);
 void AddBinaryCommand(CLI::App & qelta);
 void AddModulesCommand(CLI::App & qelta);
+void AddColourCommand(CLI::App & qelta);
 
 // The folder of this tour's files, made on first use and removed when the tour ends: each run has
 // its own, so that tours may run side by side.
@@ -113,5 +114,6 @@ void DemoIni();
 void DemoTranslate();
 void DemoBinary();
 void DemoModules();
+void DemoColour();
 
 } // namespace QELTA::Tool

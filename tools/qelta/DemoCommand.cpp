@@ -35,6 +35,7 @@ int RunDemo() {
     DemoTranslate();
     DemoBinary();
     DemoModules();
+    DemoColour();
     std::puts("\nEnd of the tour.");
     if (!TheDemoFolder().isEmpty() && TheDemoFolder().exists()) {
         TheDemoFolder().deleteFile(LogPtr());
@@ -78,7 +79,8 @@ void AddDemoCommand(CLI::App & qelta) {
                "  ini      a settings file saved, changed and read back\n"
                "  translate a text and a number shown in a second language\n"
                "  binary   a table packed into compressed blocks, a shared string table, the ratio\n"
-               "  modules  the sample plug-in module beside qelta, loaded and driven through its stages",
+               "  modules  the sample plug-in module beside qelta, loaded and driven through its stages\n"
+               "  colour   a colour in every model with its name, a palette and seeded random colours",
                RunDemo);
 }
 
