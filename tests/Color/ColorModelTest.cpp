@@ -394,6 +394,8 @@ TEST(ColorTextTest, WritesAndReadsEachModel) {
     LABColor const short_lab = Read<LABColor>("1,2");
     EXPECT_EQ(short_lab.a, 2.0f);
     EXPECT_TRUE(std::isnan(short_lab.b) && std::isnan(short_lab.alpha));
+    EXPECT_STREQ(StringStream<ACIColor>::getValidRegex(), StringStream<unsigned char>::getValidRegex());
+    EXPECT_STREQ(StringStream<LABColor>::getValidRegex(), ".*");
     // A view is read to its end and no further.
     EXPECT_EQ(Read<ACIColor>("7").index, 7);
     ACIColor cut;

@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace QELTA {
 namespace {
@@ -127,6 +130,29 @@ TEST(RandomColorGeneratorTest, SeededDrawsStayInTheirRange) {
         EXPECT_GE(value, 0);
         EXPECT_LT(value, 30);
     }
+}
+
+// Unseeded generators draw from an engine of their own thread, and names from one table built
+// once: threads that start together share neither a draw nor a half-built table.
+TEST(RandomColorGeneratorTest, ThreadsDrawAndNameSideBySide) {
+    std::vector<std::thread> threads;
+    std::atomic<int> greys{0};
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&greys] {
+            RandomColorGenerator const generator(Seeded(0, Options::ANY, Options::BRIGHT));
+            for (RGBColor const & color : generator.randomColors(500)) {
+                (void)color.getName();
+                if (color.red == color.green && color.green == color.blue) {
+                    ++greys;
+                }
+            }
+        });
+    }
+    for (std::thread & thread : threads) {
+        thread.join();
+    }
+    // Bright colours have a saturation of at least 55: none is grey.
+    EXPECT_EQ(greys.load(), 0);
 }
 
 } // namespace
