@@ -287,9 +287,11 @@ double Walk(EquationTerm const * terms, std::uint32_t count, double running, std
                 }
             }
             break;
-        default:
+        case UNKNOWN:
             running = nan;
             break;
+        default:
+            __builtin_unreachable(); // the term table holds no other action
         }
         if constexpr (Record) {
             record(at(term), depth, running);
