@@ -81,6 +81,19 @@ TEST(StringViewTest, HashesBytesAsSignedCharsFrom5381) {
     }
     EXPECT_EQ(StringView("FrOm").hashLower(), 0x17C96F1D9ull);
     EXPECT_EQ(StringView("u.s.").hashUpper(), StringView("U.S.").hash());
+    // Every length around the blocks the hash takes at once, against the byte-by-byte definition.
+    std::mt19937 random(20261124);
+    for (unsigned int size = 0; size < 40; ++size) {
+        std::string text(size, '\0');
+        for (char & c : text) {
+            c = static_cast<char>(random());
+        }
+        unsigned long long plain = 5381;
+        for (char const c : text) {
+            plain = plain * 33 + static_cast<unsigned long long>(static_cast<signed char>(c));
+        }
+        EXPECT_EQ(StringView(text).hash(), plain) << size;
+    }
 }
 
 // The searches and the prefix, suffix and substring tests must agree with std::string_view, case
