@@ -764,10 +764,15 @@ void INIFactory::ConvertToINIString(String & text) {
 // and those that stood in the text alike) a backslash.
 void INIFactory::ConvertFromINIString(String & text) {
     StringView const source = text.view();
-    unsigned int first = 0;
-    while (first < source.size() && source[first] != '\\' && source[first] != '\r') {
-        ++first;
+    if (source.isEmpty()) {
+        return;
     }
+    // The first '\\' or '\r': most texts hold neither and stay as they are.
+    char const * const begin = source.data();
+    auto const * const slash = static_cast<char const *>(std::memchr(begin, '\\', source.size()));
+    unsigned int const before_slash = slash != nullptr ? static_cast<unsigned int>(slash - begin) : source.size();
+    auto const * const return_at = static_cast<char const *>(std::memchr(begin, '\r', before_slash));
+    unsigned int const first = return_at != nullptr ? static_cast<unsigned int>(return_at - begin) : before_slash;
     if (first == source.size()) {
         return;
     }
