@@ -2,11 +2,9 @@
 #include "Base/Units/Unit.h"
 
 #include "Base/Language/Translator.h"
-#include "Base/Text/Internal/NumberWriting.h"
-#include "Base/Text/StringStream.h"
+#include "Base/Units/Internal/UnitText.h"
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -22,19 +20,8 @@ constexpr char operator_characters[] = "+-/*^()%";
 constexpr char exponent_text[] = "e";
 constexpr char exponent_formula[] = "*10^";
 
-// Longest number text read from the stack; longer texts are copied to the heap.
-constexpr unsigned int stack_text_size = 64;
-
 TranslatedString AxisText(unsigned int axis) {
     return TranslatedString(Translator::DefaultFastID(axis_keys[axis]), axis_texts[axis]);
-}
-
-// The default text of a double (the text form of StringStream<double>), replacing `out`.
-void SetNumberText(double value, String & out) {
-    char digits[NumberWriting::max_double_length];
-    unsigned int const length = NumberWriting::WriteDouble(value, digits);
-    out.clear();
-    out.append(StringView(digits, length));
 }
 
 Unit::Ray ScaleRay(Unit::Ray const & ray, double factor, double offset) {
@@ -90,7 +77,7 @@ String Unit::convertToString(double const & value, bool add_comma, std::uint32_t
 void Unit::toString(String & out, double const & value, bool add_comma, std::uint32_t min_decimals,
                     std::uint32_t max_decimals, std::uint32_t min_digits, bool add_abbreviation,
                     std::uint8_t axis) const {
-    SetNumberText(value, out);
+    UnitText::SetNumber(value, out);
     if (add_comma || min_decimals != 0 || max_decimals <= out.size() || min_digits != 0) {
         out.formatNumberString(add_comma, min_decimals, max_decimals, min_digits, '.', ',');
     }
@@ -104,20 +91,7 @@ double Unit::convertFromString(StringView const & text, std::uint8_t axis) const
 }
 
 double Unit::fromString(StringView const & text, std::uint8_t /*axis*/) const {
-    // The reader stops only at a byte that cannot continue a number, so it reads a terminated copy.
-    double value = std::numeric_limits<double>::quiet_NaN();
-    if (text.size() < stack_text_size) {
-        char copy[stack_text_size];
-        if (text.size() != 0) {
-            std::memcpy(copy, text.data(), text.size());
-        }
-        copy[text.size()] = 0;
-        StringStream<double>::fromString(StringView(copy, text.size()), value);
-    } else {
-        String const copy(text);
-        StringStream<double>::fromString(copy, value);
-    }
-    return value;
+    return UnitText::ReadNumber(text);
 }
 
 TranslatedString Unit::translatedAxisName(std::uint32_t index) const {
@@ -149,7 +123,7 @@ void Unit::toFormula(StringAllocatingView & text, std::uint8_t axis) const {
         StringView term = pieces[i];
         term.trimWhiteSpace();
         String number;
-        SetNumberText(fromString(term, axis), number);
+        UnitText::SetNumber(fromString(term, axis), number);
         if (number.view() != term) {
             terms.add(term);
             numbers.add(std::move(number));
@@ -165,31 +139,15 @@ void Unit::toFormula(StringAllocatingView & text, std::uint8_t axis) const {
 
 double Unit::epsilon(double value, std::uint8_t axis) const {
     double const u = convertToUnit(value, axis);
-    if (!std::isfinite(u)) {
-        return std::numeric_limits<double>::quiet_NaN();
-    }
     if (u == 0.0) {
         return convertFromUnit(1.0, axis);
     }
-    bool const negative = u < 0.0;
-    double l = std::log10(std::fabs(u));
-    if (l < 0.0) {
-        l -= 1.0;
+    double step = 0.0;
+    double power = 0.0;
+    if (!UnitText::RoundStep(u, step, power)) {
+        return std::numeric_limits<double>::quiet_NaN();
     }
-    int const e = static_cast<int>(l);
-    double const p = std::pow(10.0, e);
-    double const m = u / p;
-    // A negative value has a negative m, fails the first three rules and always steps by 10;
-    // existing grids are laid out by that rule, so it stays.
-    double step = 10.0;
-    if (std::fabs(m - 1.0) <= 0.75) {
-        step = 1.0;
-    } else if (std::fabs(m - 2.5) <= 0.75) {
-        step = 2.5;
-    } else if (std::fabs(m - 5.0) <= 1.75) {
-        step = 5.0;
-    }
-    return convertFromUnit(negative ? -step * p : step * p, axis);
+    return convertFromUnit(u < 0.0 ? -step * power : step * power, axis);
 }
 
 Unit * Unit::clone() const {

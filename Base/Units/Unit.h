@@ -19,6 +19,8 @@
 
 namespace QELTA {
 
+class UnitDefinitions;
+
 // Values are stored in a fixed base scale (metres, square metres, grams, seconds, ...). The
 // verbs point one way each: convertToUnit goes from the base scale to this unit, convertFromUnit
 // from this unit to the base scale; toString and fromString work on a value already in this
@@ -96,6 +98,9 @@ class QELTA_BASE_EXPORT Unit {
     bool operator!=(Unit const & other) const { return !(*this == other); }
 
   protected:
+    // The catalogue names the axes of the units it builds on others.
+    friend class UnitDefinitions;
+
     // The pieces of `text` between the operators + - / * ^ ( ) %, empty pieces left out; at
     // least one piece, empty when there is nothing else.
     static StringViewBuffer OperatorSplit(StringView const & text);
