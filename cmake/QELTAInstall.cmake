@@ -11,10 +11,11 @@ install(TARGETS QELTABase
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/QELTA)
 
-# Public headers only: Internal/ and the platform implementations stay private.
+# Public headers only, and the tables they include (*.def): Internal/ and the platform
+# implementations stay private.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/Base
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/QELTA
-    FILES_MATCHING PATTERN "*.h"
+    FILES_MATCHING PATTERN "*.h" PATTERN "*.def"
     PATTERN "Internal" EXCLUDE
     PATTERN "Posix" EXCLUDE)
 
