@@ -101,6 +101,9 @@ class QELTA_BASE_EXPORT TwoPartAngleUnit : public AngleUnit {
     double epsilon(double value, std::uint8_t axis) const override;
     Unit * clone(StringView const & name, TranslatedString const & label) const override;
 
+    // The major abbreviation is abbreviation(axis).
+    TranslatedString const & minorAbbreviation() const noexcept { return minor_abbreviation_; }
+
   private:
     mutable TranslatedString major_abbreviation_; // mutable for the translation cache only
     mutable TranslatedString minor_abbreviation_;
@@ -142,6 +145,10 @@ class QELTA_BASE_EXPORT ThreePartAngleUnit : public AngleUnit {
     StringView getNextPreferredSeparator(StringView const & text, std::uint8_t axis) const override;
     double epsilon(double value, std::uint8_t axis) const override;
     Unit * clone(StringView const & name, TranslatedString const & label) const override;
+
+    // The major abbreviation is abbreviation(axis).
+    TranslatedString const & middleAbbreviation() const noexcept { return middle_abbreviation_; }
+    TranslatedString const & minorAbbreviation() const noexcept { return minor_abbreviation_; }
 
   private:
     mutable TranslatedString major_abbreviation_; // mutable for the translation cache only

@@ -49,6 +49,9 @@ class QELTA_BASE_EXPORT TwoPartUnit : public ScaledUnit {
     double epsilon(double value, std::uint8_t axis) const override;
     Unit * clone(StringView const & name, TranslatedString const & label) const override;
 
+    // The major abbreviation is abbreviation(axis).
+    TranslatedString const & minorAbbreviation() const noexcept { return minor_abbreviation_; }
+
   private:
     mutable TranslatedString major_abbreviation_; // mutable for the translation cache only
     mutable TranslatedString minor_abbreviation_;

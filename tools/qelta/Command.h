@@ -19,6 +19,8 @@
 #include "Base/Language/TranslatedString.h"
 #include "Base/Text/String.h"
 #include "Base/Text/StringView.h"
+#include "Base/Units/Unit.h"
+#include "Base/Units/UnitDefinitions.h"
 
 #include <CLI/CLI.hpp>
 
@@ -68,6 +70,13 @@ CLI::Option * AddNumber(CLI::App & command, std::string const & name, double & v
 // The text of a double as the library stores it.
 String NumberText(double value);
 
+// The catalogue unit that a person names by `text` (qelta units says how), or null with `error`
+// set to the reason.
+UnitDefinitions::Entry const * FindCatalogueUnit(std::string const & text, std::string & error);
+// The English abbreviations of every part of `unit`, separated by blanks: "' \"" for feet and
+// inches, "°" for degrees.
+std::string UnitAbbreviations(Unit const & unit);
+
 // The commands, each defined in its own file.
 void AddDemoCommand(CLI::App & qelta);
 void AddTextCommand(CLI::App & qelta);
@@ -90,6 +99,7 @@ void AddCalcCommand(CLI::App & qelta);
 void AddBinaryCommand(CLI::App & qelta);
 void AddModulesCommand(CLI::App & qelta);
 void AddColourCommand(CLI::App & qelta);
+void AddUnitsCommand(CLI::App & qelta);
 
 // The folder of this tour's files, made on first use and removed when the tour ends: each run has
 // its own, so that tours may run side by side.

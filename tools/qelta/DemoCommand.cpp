@@ -70,7 +70,7 @@ void AddDemoCommand(CLI::App & qelta) {
                "  log      log records as tab-separated lines, colour blocks, progress and cancel\n"
                "  queue    a background thread queue with locks, messages and a progress guard\n"
                "  angle    angles in index units, the sine table and orientations as quaternions\n"
-               "  convert  values in the base scale shown in units, read back, and round steps\n"
+               "  convert  lengths in feet and inches, angles in degrees, minutes and seconds, bearings\n"
                "  calc     arithmetic walked from left to right, and formulas with inputs and units\n"
                "  resource an observable value whose listeners hear each change, once and in order\n"
                "  file     paths kept normalised, their parts, and sizes in whole units\n"

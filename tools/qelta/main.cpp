@@ -13,10 +13,10 @@ namespace {
 
 // The commands in the order `qelta --help` lists them.
 constexpr void (*const add_commands[])(CLI::App &) = {
-    AddDemoCommand,   AddTextCommand,    AddUuidCommand,     AddNumberCommand,   AddTimeCommand, AddLogCommand,
-    AddAngleCommand,  AddConvertCommand, AddCalcCommand,     AddResourceCommand, AddFileCommand, AddFoldersCommand,
-    AddQueueCommand,  AddBase64Command,  AddPasswordCommand, AddCsvCommand,      AddIniCommand,  AddTranslateCommand,
-    AddBinaryCommand, AddModulesCommand, AddColourCommand,
+    AddDemoCommand,      AddTextCommand,    AddUuidCommand,    AddNumberCommand,   AddTimeCommand,     AddLogCommand,
+    AddAngleCommand,     AddConvertCommand, AddUnitsCommand,   AddCalcCommand,     AddResourceCommand, AddFileCommand,
+    AddFoldersCommand,   AddQueueCommand,   AddBase64Command,  AddPasswordCommand, AddCsvCommand,      AddIniCommand,
+    AddTranslateCommand, AddBinaryCommand,  AddModulesCommand, AddColourCommand,
 };
 
 // The slots in which the library's messages name paths, filled with its own form of the path
