@@ -26,6 +26,9 @@ constexpr double packed_whole_minute = 0.99;
 // Degrees from here on do not fit the 32-bit degrees of the packed text.
 constexpr double packed_degree_limit = 2147483648.0;
 
+// Rounds of ten that the search for a part step may take: more than a double's range.
+constexpr unsigned int max_step_search = 700;
+
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr long long int64_lowest = std::numeric_limits<long long>::lowest();
 
@@ -191,9 +194,10 @@ double AngleUnit::partEpsilon(double value, std::uint8_t axis, double parts) con
     if (value > 1.0) {
         return Unit::epsilon(value, 0);
     }
-    // Ends by the latest when s overflows: infinity times 0 is NaN, and NaN is not below 1.
+    // s overflows to infinity within max_step_search rounds, where any u but 0 reaches 1 and
+    // infinity times 0 is NaN, which is not below 1; the bound holds for a count of 0 too.
     double s = parts;
-    while (std::fabs(s * u) < 1.0) {
+    for (unsigned int round = 0; std::fabs(s * u) < 1.0 && round < max_step_search; ++round) {
         s *= 10.0;
     }
     double const step = 1.0 / s;
