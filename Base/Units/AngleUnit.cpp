@@ -78,14 +78,10 @@ struct Separator {
     }
 };
 
-// Adds `part` / `parts` to `result`, or takes it away when `result` is below 0; a piece with no
-// number adds nothing.
-void AddPart(double & result, StringView piece, double parts) {
+// The leading number of a piece of a compound text, after blanks, tabs and carriage returns.
+double PieceNumber(StringView piece) {
     piece.trimWhiteSpace();
-    double const part = UnitText::ReadNumber(piece);
-    if (!std::isnan(part)) {
-        result = result < 0.0 ? result - part / parts : result + part / parts;
-    }
+    return UnitText::ReadNumber(piece);
 }
 
 } // namespace
@@ -334,11 +330,30 @@ void ThreePartAngleUnit::toString(String & out, double const & value, bool add_c
 }
 
 double ThreePartAngleUnit::fromString(StringView const & text, std::uint8_t /*axis*/) const {
-    Separator const first = Separator::Find(text, Shown(major_abbreviation_), 0, true);
+    StringView const major = Shown(major_abbreviation_);
+    StringView const middle = Shown(middle_abbreviation_);
+    StringView const minor = Shown(minor_abbreviation_);
+    if (!std::isnan(middle_parts_) && !std::isnan(minor_parts_) && UnitText::PartWalk::Walkable(major) &&
+        UnitText::PartWalk::Walkable(middle) && UnitText::PartWalk::Walkable(minor)) {
+        // Each number right in front of its abbreviation: there each abbreviation has its first
+        // place, as its search would find it.
+        UnitText::PartWalk walk(text);
+        double major_value = 0.0;
+        double middle_value = 0.0;
+        double minor_value = 0.0;
+        if (walk.fits() && walk.number(major_value) && walk.follows(major) &&
+            (walk.skipBlanks(), walk.number(middle_value)) && walk.follows(middle) &&
+            (walk.skipBlanks(), walk.number(minor_value)) && walk.follows(minor)) {
+            double const result = std::isnan(major_value) ? 0.0 : major_value;
+            return UnitText::AddPart(UnitText::AddPart(result, middle_value, middle_parts_), minor_value, minor_parts_);
+        }
+    }
+
+    Separator const first = Separator::Find(text, major, 0, true);
     unsigned int const middle_start = first.found() ? first.end : 0;
-    Separator const second = Separator::Find(text, Shown(middle_abbreviation_), middle_start, true);
+    Separator const second = Separator::Find(text, middle, middle_start, true);
     unsigned int const minor_start = second.found() ? second.end : middle_start;
-    Separator const third = Separator::Find(text, Shown(minor_abbreviation_), minor_start, false);
+    Separator const third = Separator::Find(text, minor, minor_start, false);
 
     if (std::isnan(middle_parts_) && !std::isnan(minor_parts_)) {
         return UnitText::ReadNumber(text) / minor_parts_;
@@ -375,10 +390,10 @@ double ThreePartAngleUnit::fromString(StringView const & text, std::uint8_t /*ax
         result = 0.0;
     }
     if (present[1]) {
-        AddPart(result, pieces[1], middle_parts_);
+        result = UnitText::AddPart(result, PieceNumber(pieces[1]), middle_parts_);
     }
     if (present[2]) {
-        AddPart(result, pieces[2], minor_parts_);
+        result = UnitText::AddPart(result, PieceNumber(pieces[2]), minor_parts_);
     }
     return result;
 }

@@ -156,6 +156,19 @@ void TwoParts::write(String & out, double value, bool add_comma, std::uint32_t m
 }
 
 double TwoParts::read(StringView const & text) const {
+    if (PartWalk::Walkable(major)) {
+        // The number, the major abbreviation right behind it, and a number after blanks: the
+        // major abbreviation's first place is there, as its search would find it.
+        PartWalk walk(text);
+        double major_value = 0.0;
+        double minor_value = 0.0;
+        if (walk.fits() && walk.number(major_value) && walk.follows(major)) {
+            walk.skipBlanks();
+            if (walk.number(minor_value)) {
+                return combined(major_value, minor_value);
+            }
+        }
+    }
     unsigned int separator = 0;
     unsigned int separator_size = 0;
     if (!major.isEmpty()) {
@@ -177,16 +190,15 @@ double TwoParts::read(StringView const & text) const {
         return ReadNumber(text);
     }
     rest.trimWhiteSpace();
-    double const major_value = ReadNumber(text);
-    double const minor_value = ReadNumber(rest) / parts;
+    return combined(ReadNumber(text), ReadNumber(rest));
+}
+
+double TwoParts::combined(double major_value, double minor_value) const noexcept {
     if (std::isnan(major_value)) {
-        return minor_value;
-    }
-    if (std::isnan(minor_value)) {
-        return major_value;
+        return minor_value / parts;
     }
     // "-0'6"" reads as +0.5: -0 is not below 0. Stored texts were read so.
-    return major_value < 0.0 ? major_value - minor_value : major_value + minor_value;
+    return AddPart(major_value, minor_value, parts);
 }
 
 StringView TwoParts::nextSeparator(StringView const & text, StringView const & last) const {

@@ -4,10 +4,13 @@
 // NaN, and NaN or out-of-range values truncate as the processor's conversion does.
 #pragma once
 
+#include "Base/Text/Internal/NumberReading.h"
 #include "Base/Text/String.h"
 #include "Base/Text/StringView.h"
 
+#include <cmath>
 #include <cstdint>
+#include <cstring>
 
 namespace QELTA::UnitText {
 
@@ -34,6 +37,80 @@ bool RoundStep(double value, double & step, double & power) noexcept;
 // number of the minor part (2 for 12 and 60, 4 for 3600).
 std::uint32_t PartDigits(double parts) noexcept;
 
+// Walks a short compound text from its start, number by number and abbreviation by
+// abbreviation, in a terminated copy of it. Where each number is followed by its abbreviation,
+// this finds what the search for each abbreviation finds, in one pass; anything else is left to
+// that search.
+class PartWalk {
+  public:
+    static constexpr unsigned int max_size = 63;
+
+    explicit PartWalk(StringView const & text) noexcept : fits_(text.size() <= max_size) {
+        if (fits_) {
+            std::memcpy(copy_, text.data() == nullptr ? "" : text.data(), text.size());
+            end_ = copy_ + text.size();
+        }
+        *end_ = 0;
+    }
+
+    // False for a text longer than max_size, which is not copied.
+    bool fits() const noexcept { return fits_; }
+
+    // The number here, read as ReadNumber reads it, moving behind it; false when nothing was read.
+    bool number(double & value) noexcept {
+        char const * const start = at_;
+        value = NumberReading::ReadDoubleAt(at_);
+        return at_ != start;
+    }
+
+    // Moves behind `abbreviation` when the text goes on with it here.
+    bool follows(StringView const & abbreviation) noexcept {
+        unsigned int const size = abbreviation.size();
+        if (static_cast<unsigned int>(end_ - at_) < size) {
+            return false;
+        }
+        for (unsigned int i = 0; i < size; ++i) {
+            if (at_[i] != abbreviation[i]) {
+                return false;
+            }
+        }
+        at_ += size;
+        return true;
+    }
+
+    // Moves behind blanks, tabs and carriage returns.
+    void skipBlanks() noexcept {
+        while (StringView::IsWhiteSpace(*at_)) {
+            ++at_;
+        }
+    }
+
+    // Whether the first place of `abbreviation` in a text can be found by walking to it: it is
+    // not empty and begins with a byte that no number and no blank holds.
+    static bool Walkable(StringView const & abbreviation) noexcept {
+        if (abbreviation.isEmpty()) {
+            return false;
+        }
+        char const first = abbreviation[0];
+        return !StringView::IsNumeric(first) && (first | 0x20) != 'e' && !StringView::IsWhiteSpace(first);
+    }
+
+  private:
+    char copy_[max_size + 1];
+    char const * at_ = copy_;
+    char * end_ = copy_;
+    bool fits_;
+};
+
+// `result` with `part` / `parts` added, or taken away when `result` is below 0; a NaN part
+// changes nothing.
+inline double AddPart(double result, double part, double parts) noexcept {
+    if (std::isnan(part)) {
+        return result;
+    }
+    return result < 0.0 ? result - part / parts : result + part / parts;
+}
+
 // A value shown as a whole major part and a remainder in minor parts ("5'6""), with the texts of
 // the two abbreviations as they are shown now.
 struct TwoParts {
@@ -50,6 +127,9 @@ struct TwoParts {
     double read(StringView const & text) const;
     // What to type next after `text`, whose last term is `last`.
     StringView nextSeparator(StringView const & text, StringView const & last) const;
+
+    // The value of a major and a minor number, either of which may be NaN.
+    double combined(double major_value, double minor_value) const noexcept;
 };
 
 } // namespace QELTA::UnitText
