@@ -4,8 +4,10 @@
 #include "Base/Concurrency/RWLock.h"
 #include "Base/Failure/Exception.h"
 #include "Base/Files/FileResource.h"
+#include "Base/Language/TranslatedString.h"
 #include "Base/Text/Dictionary.h"
 #include "Base/Text/StringStream.h"
+#include "Base/Units/UnitDefinitions.h"
 
 #include <mutex>
 #include <shared_mutex>
@@ -125,7 +127,12 @@ void Translator::setID(StringView const & id) {
 }
 
 String Translator::commonCharacters() const {
-    return common_characters_;
+    String characters = common_characters_;
+    for (auto const unit : {&UnitDefinitions::Degrees, &UnitDefinitions::Gradians, &UnitDefinitions::Meters}) {
+        TranslatedString const name = unit()->translatedName();
+        append(characters, name.translationID(), name.englishDefine());
+    }
+    return characters;
 }
 
 File Translator::translatorFile(bool writable) const {

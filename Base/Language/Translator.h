@@ -49,7 +49,8 @@ class QELTA_BASE_EXPORT Translator : public INIInterface {
     bool isLeftToRight() const noexcept { return left_to_right_; }
     char decimalSeparator() const noexcept { return decimal_sep_; }
     char numberSeparator() const noexcept { return number_sep_; }
-    // The characters a font for this language needs.
+    // The characters a font for this language needs: the common characters, then this language's
+    // names of the units degrees, gradians and metres.
     String commonCharacters() const;
 
     // The explicit translation file, else "<id>.tr" in the writable or the shipped folder of

@@ -121,6 +121,18 @@ TEST_F(LanguageFilesTest, EmptyIdReadsNothing) {
     EXPECT_EQ(Std(none.convertNumber(String("1234.5"), true, 2, 2, 0).view()), "1,234.50");
 }
 
+// A font needs the common characters and the language's own words for the angle and length units.
+TEST_F(LanguageFilesTest, CommonCharactersEndWithTheLanguagesUnitNames) {
+    std::string const degrees = "\xD0\xB3\xD1\x80\xD0\xB0\xD0\xB4\xD1\x83\xD1\x81\xD1\x8B";
+    std::string const metres = "\xD0\xBC\xD0\xB5\xD1\x82\xD1\x80\xD1\x8B";
+    addLanguage("ru_T6", "Russian", ',', ' ', "degrees=" + degrees + "\nmeters=" + metres + "\n");
+    Translator russian(File(String((folder_ + "ru_T6.ini").c_str())));
+    std::string const common = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                               "~`!@#$%^&*()-+=<>[]{}|?:\"'\\/.,";
+    // Gradians has no translation and stays English.
+    EXPECT_EQ(Std(russian.commonCharacters().view()), common + degrees + "gradians" + metres);
+}
+
 TEST_F(LanguageFilesTest, AvailableLanguagesAlwaysHoldEnglish) {
     Dictionary<String, Translator> const none = Translator::GetAvailableTranslations(Path("missing/"));
     ASSERT_EQ(none.size(), 1u);
