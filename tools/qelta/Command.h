@@ -100,6 +100,7 @@ void AddBinaryCommand(CLI::App & qelta);
 void AddModulesCommand(CLI::App & qelta);
 void AddColourCommand(CLI::App & qelta);
 void AddUnitsCommand(CLI::App & qelta);
+void AddCrashReportCommand(CLI::App & qelta);
 
 // The folder of this tour's files, made on first use and removed when the tour ends: each run has
 // its own, so that tours may run side by side.
@@ -113,6 +114,7 @@ void DemoTime();
 void DemoQueue();
 void DemoPassword();
 void DemoLog();
+void DemoLogFile();
 void DemoAngle();
 void DemoConvert();
 void DemoCalc();

@@ -24,6 +24,7 @@ int RunDemo() {
     DemoTime();
     DemoLog();
     DemoQueue();
+    DemoLogFile();
     DemoAngle();
     DemoConvert();
     DemoCalc();
@@ -69,6 +70,7 @@ void AddDemoCommand(CLI::App & qelta) {
                "  time     the clock, dates written and read in one format language, spans\n"
                "  log      log records as tab-separated lines, colour blocks, progress and cancel\n"
                "  queue    a background thread queue with locks, messages and a progress guard\n"
+               "  log file work on a queue logged to the console and a text log, read back\n"
                "  angle    angles in index units, the sine table and orientations as quaternions\n"
                "  convert  lengths in feet and inches, angles in degrees, minutes and seconds, bearings\n"
                "  calc     arithmetic walked from left to right, and formulas with inputs and units\n"

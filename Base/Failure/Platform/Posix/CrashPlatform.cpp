@@ -260,12 +260,13 @@ void Describe(unsigned long long address, unsigned long long lookup, CrashFrame 
     if (!FindMapping(lookup, start, file_offset, path, path_size)) {
         return;
     }
-    frame.offset = lookup - start + file_offset;
+    unsigned long long const lookup_offset = lookup - start + file_offset;
+    frame.offset = lookup_offset + (address - lookup);
     std::size_t const size = path_size < sizeof(frame.module) - 1 ? path_size : sizeof(frame.module) - 1;
     std::memcpy(frame.module, path, size);
     frame.module[size] = 0;
     if (frame.module[0] == '/') {
-        FindSymbol(frame.module, frame.offset, frame.symbol, sizeof(frame.symbol));
+        FindSymbol(frame.module, lookup_offset, frame.symbol, sizeof(frame.symbol));
     }
 }
 
