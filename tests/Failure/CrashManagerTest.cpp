@@ -29,11 +29,14 @@ using Testing::ReadAll;
 int RunChild(char const * mode, std::string const & folder) {
     std::vector<std::string> variables;
     for (char ** variable = environ; *variable != nullptr; ++variable) {
-        if (std::string(*variable).rfind("ASAN_OPTIONS=", 0) != 0) {
-            variables.emplace_back(*variable);
+        std::string const variable_text = *variable;
+        if (variable_text.rfind("ASAN_OPTIONS=", 0) != 0 && variable_text.rfind("TSAN_OPTIONS=", 0) != 0) {
+            variables.push_back(variable_text);
         }
     }
     variables.emplace_back("ASAN_OPTIONS=handle_segv=0:handle_abort=0:detect_leaks=0");
+    // The callback runs after the dump as a last effort, and allocates; that is known.
+    variables.emplace_back("TSAN_OPTIONS=handle_segv=0:handle_abort=0:report_signal_unsafe=0");
     std::vector<char *> environment;
     for (std::string & variable : variables) {
         environment.push_back(variable.data());
