@@ -87,12 +87,12 @@ class AsciiWriteThread : public Thread {
             if (!accepting_) {
                 return;
             }
-            if (queue_.size() >= limit_) {
+            if (queued_ >= limit_) {
                 ++dropped_;
                 return;
             }
-            wake = queue_.isEmpty();
-            queue_.add(message);
+            wake = idle_ && queued_ == 0;
+            push(message);
         }
         if (wake) {
             changed_.notify_one();
@@ -106,18 +106,18 @@ class AsciiWriteThread : public Thread {
             if (!accepting_) {
                 return;
             }
-            wake = queue_.isEmpty();
+            wake = idle_ && queued_ == 0;
             for (LogMessage const & message : messages) {
                 if (current_session_only_ && !message.isFromCurrentSession()) {
                     continue;
                 }
-                if (queue_.size() >= limit_) {
+                if (queued_ >= limit_) {
                     ++dropped_;
                     continue;
                 }
-                queue_.add(message);
+                push(message);
             }
-            wake = wake && !queue_.isEmpty();
+            wake = wake && queued_ != 0;
         }
         if (wake) {
             changed_.notify_one();
@@ -127,7 +127,7 @@ class AsciiWriteThread : public Thread {
     bool waitUntilWritten(unsigned long long timeout) {
         std::unique_lock<std::mutex> lock(mutex_);
         return written_.wait_for(lock, std::chrono::nanoseconds(timeout),
-                                 [this] { return queue_.isEmpty() && !writing_; });
+                                 [this] { return queued_ == 0 && !writing_; });
     }
 
     // After this, records are no longer queued.
@@ -158,11 +158,34 @@ class AsciiWriteThread : public Thread {
 
   private:
     static constexpr unsigned long long failure_pause_ms = 100;
+    // How long the thread waits for more records before it sleeps until woken; a record queued
+    // meanwhile reaches the file at most this much later.
+    static constexpr std::chrono::milliseconds nap{2};
+    // The slots kept however small the batches.
+    static constexpr unsigned int spare_slots = 1024;
 
     void assignFile(File const & file) {
         file_ = file;
         std::lock_guard<std::mutex> const lock(mutex_);
         path_ = String(file.view());
+    }
+
+    // Queues a copy into the next slot; mutex_ held.
+    void push(LogMessage const & message) {
+        if (queued_ < queue_.size()) {
+            queue_[queued_] = message;
+        } else {
+            queue_.add(message);
+        }
+        ++queued_;
+    }
+
+    // Keeps the written batch's records as slots, but not many more than a batch needs.
+    void trimBatch() noexcept {
+        if (batch_.size() > spare_slots && batch_.size() > 4 * batch_size_) {
+            batch_.setSize(batch_size_ > spare_slots ? batch_size_ : spare_slots);
+        }
+        batch_size_ = 0;
     }
 
     void closeQuietly() noexcept {
@@ -178,10 +201,17 @@ class AsciiWriteThread : public Thread {
     bool writeBatch() {
         {
             std::unique_lock<std::mutex> lock(mutex_);
-            changed_.wait(lock, [this] {
+            auto const ready = [this] {
                 return stop_requested_ || !is_running_.load(std::memory_order_relaxed) ||
-                       (!queue_.isEmpty() && !path_.isEmpty());
-            });
+                       (queued_ != 0 && !path_.isEmpty());
+            };
+            // Right after a batch the thread naps without being woken, so that a busy log costs
+            // its loggers no wake-up call; a log that stays quiet puts it to sleep until woken.
+            if (!changed_.wait_for(lock, nap, ready)) {
+                idle_ = true;
+                changed_.wait(lock, ready);
+                idle_ = false;
+            }
             if (stop_requested_ || !is_running_.load(std::memory_order_relaxed)) {
                 return false;
             }
@@ -191,14 +221,15 @@ class AsciiWriteThread : public Thread {
         }
         {
             std::lock_guard<std::mutex> const lock(mutex_);
-            batch_.clear();
             std::swap(batch_, queue_);
+            batch_size_ = queued_;
+            queued_ = 0;
             writing_ = true;
         }
         struct Done {
             AsciiWriteThread & thread;
             ~Done() {
-                thread.batch_.clear();
+                thread.trimBatch();
                 {
                     std::lock_guard<std::mutex> const lock(thread.mutex_);
                     thread.writing_ = false;
@@ -207,13 +238,14 @@ class AsciiWriteThread : public Thread {
             }
         } const done{*this};
         std::FILE * const stream = file_.filePtr();
-        for (LogMessage const & message : batch_) {
+        for (unsigned int i = 0; i < batch_size_; ++i) {
+            LogMessage const & message = batch_[i];
             line_.clear();
             StringStream<LogMessage>::toString(message, line_);
             line_.append('\n');
             std::fwrite(line_.data(), 1, line_.size(), stream);
         }
-        if (!batch_.isEmpty()) {
+        if (batch_size_ != 0) {
             file_.flush();
         }
         file_.close();
@@ -224,8 +256,13 @@ class AsciiWriteThread : public Thread {
     std::condition_variable changed_; // the queue, the path or the flags changed
     std::condition_variable written_; // a batch ended
     StringAllocatingView line_;       // the thread's, reused for each line
+    // The queue and the batch are two lists of records that trade places at each batch. Their
+    // records stay behind as slots when a batch is written, and a record queued into a slot takes
+    // over its text's storage, so that a busy log allocates nothing for its queue.
     Buffer<LogMessage> queue_;
+    unsigned int queued_ = 0;  // the records in queue_; the slots behind them are spare
     Buffer<LogMessage> batch_; // the thread's
+    unsigned int batch_size_ = 0;
     File file_;
     String path_;
     unsigned long long dropped_ = 0;
@@ -234,6 +271,7 @@ class AsciiWriteThread : public Thread {
     bool stop_requested_ = false;
     bool writing_ = false;
     bool accepting_ = true;
+    bool idle_ = false; // asleep until woken: the first record queued wakes it
 };
 
 } // namespace Internal

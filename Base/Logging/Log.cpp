@@ -99,11 +99,26 @@ Buffer<LogMessage> Log::copyMessages() const {
 }
 
 void Log::addMessage(unsigned int index, TranslatedString const & text, unsigned char level) {
-    addMessage(index, LogMessage(text, level));
+    addOwned(index, LogMessage(text, level));
 }
 
 void Log::addMessage(unsigned int index, StringView const & text, unsigned char level) {
-    addMessage(index, LogMessage(text, level));
+    addOwned(index, LogMessage(text, level));
+}
+
+void Log::addOwned(unsigned int index, LogMessage && message) {
+    Lock const lock(mutex_);
+    // The record's place is taken first, so that a stream logging from within the call comes
+    // behind it; the record moves in once the streams have their copies.
+    unsigned int const position = size();
+    add(LogMessage());
+    try {
+        forEachStream(true, [&](LogStream & stream) { stream.addMessage(index, message); });
+    } catch (...) {
+        (*this)[position] = std::move(message);
+        throw;
+    }
+    (*this)[position] = std::move(message);
 }
 
 void Log::addMessage(unsigned int index, LogMessage const & message) {

@@ -97,8 +97,10 @@ class QELTA_BASE_EXPORT Log : public InfoPipe, public Buffer<LogMessage> {
         float progress = 0.0f;
     };
 
-    // The streams to call, copied under the mutex; the mutex stays held by the caller.
+    // Calls `call` for each stream (those not muted when `skip_muted`); the mutex held.
     void forEachStream(bool skip_muted, auto && call);
+    // addMessage for a record made here, which moves into the list instead of being copied.
+    void addOwned(unsigned int index, LogMessage && message);
 
     Dictionary<unsigned int, bool> cancel_guards_;
     Dictionary<unsigned int, ProgressRecord> progress_sources_;

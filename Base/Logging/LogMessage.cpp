@@ -16,6 +16,8 @@ constexpr char field_separator = '\t';
 // in every time zone and across a change of daylight saving time.
 constexpr bool stored_time_is_local = false;
 constexpr unsigned short session_modulus = 65534;
+// The sub-second digits that end the stored time format.
+constexpr unsigned int microsecond_digits = 6;
 
 constexpr char session_start_text[] =
     "\\--------------------------------------------------------------------------------------------------|";
@@ -213,6 +215,40 @@ void RemoveFormatting(StringAllocatingView & out, unsigned int start) {
     out = StringAllocatingView(std::move(changed));
 }
 
+// The stored time: the general time writer's text of the whole second, "YY-MM-DD HH:mm:ss:", and
+// the six digits of the microseconds, as the writer cuts them. A file stream writes many records
+// a second, so each thread keeps the text of its last second.
+void AppendStoredTime(Time const & time, StringAllocatingView & out) {
+    if (!time.isValid()) {
+        time.appendTo(out, stored_time_is_local, StringStream<LogMessage>::time_format);
+        return;
+    }
+    struct Second {
+        unsigned long long number = Time::invalid;
+        String text;
+    };
+    thread_local Second last;
+    unsigned long long const second = time.nanoseconds() / Time::nanoseconds_per_second;
+    if (second != last.number) {
+        StringAllocatingView text;
+        // The stored format without its microseconds: "YY-MM-DD HH:mm:ss:".
+        constexpr auto & format = StringStream<LogMessage>::time_format;
+        static_assert(format[sizeof(format) - 2] == 'f' && format[sizeof(format) - 2 - microsecond_digits] == ':');
+        Time(second * Time::nanoseconds_per_second)
+            .appendTo(text, stored_time_is_local, StringView(format, sizeof(format) - 1 - microsecond_digits));
+        last.text = String(text.view());
+        last.number = second;
+    }
+    out.append(last.text.view());
+    unsigned long long microseconds = time.nanoseconds() % Time::nanoseconds_per_second / 1000;
+    char digits[microsecond_digits];
+    for (unsigned int i = microsecond_digits; i > 0; --i) {
+        digits[i - 1] = static_cast<char>('0' + microseconds % 10);
+        microseconds /= 10;
+    }
+    out.append(StringView(digits, microsecond_digits));
+}
+
 } // namespace
 
 unsigned short CurrentLogSession() noexcept {
@@ -316,7 +352,7 @@ Buffer<std::pair<String, String>> LogMessage::ansiiEscapeBlocks() const {
 }
 
 void StringStream<LogMessage>::toString(LogMessage const & value, StringAllocatingView & out) {
-    value.recordTime().appendTo(out, stored_time_is_local, time_format);
+    AppendStoredTime(value.recordTime(), out);
     out.append(field_separator);
     value.appendMessage(out, false, false, false);
     out.append(field_separator);

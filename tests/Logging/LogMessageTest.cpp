@@ -295,6 +295,22 @@ TEST(LogMessageTest, StoredFormReadsBack) {
     }
 }
 
+// The stored time field is what the general time writer makes of the format, also for records
+// that follow each other within one second.
+TEST(LogMessageTest, StoredTimeIsTheTimeWritersText) {
+    std::mt19937_64 random(11);
+    std::uniform_int_distribution<unsigned long long> pick_time(0, Time(2099, 12, 31, 23, 59, 59, false).nanoseconds());
+    for (int i = 0; i < 300; ++i) {
+        unsigned long long const start = pick_time(random);
+        for (unsigned long long const step : {0ull, 1ull, 999ull, 1000ull, 987654321ull}) {
+            Time const time(start + step);
+            std::string const stored = Stored(LogMessage(time, "x", 1, 1));
+            StringAllocatingView const expected = time.getAsString(false, StringStream<LogMessage>::time_format);
+            ASSERT_EQ(stored.substr(0, stored.find('\t')), Text(expected.view())) << time.nanoseconds();
+        }
+    }
+}
+
 TEST(LogMessageTest, StoredFormReadingRules) {
     Time const read_time(Time(2021, 2, 3, 4, 5, 6, false).nanoseconds() + 123456000);
     struct Row {
