@@ -76,6 +76,17 @@ Matrix4 CoordinateTransform(CoordinateMatrix kind) {
     return turned * flipped * mirrored;
 }
 
+// A coordinate unit that shares the unit under it, so that the unit lives as long as it does.
+class HeldMatrixUnit final : public MatrixUnit {
+  public:
+    HeldMatrixUnit(StringView name, TranslatedString const & label, Matrix4 const & matrix,
+                   ConstPointer<Unit> const & unit)
+        : MatrixUnit(name, label, matrix, *unit), held_(unit) {}
+
+  private:
+    ConstPointer<Unit> held_;
+};
+
 } // namespace
 
 // Names and abbreviates the first three axes. A row that gives one text for both keys the name
@@ -148,6 +159,17 @@ void UnitDefinitions::NameAxes(Unit & unit, AxisText const (&axes)[3]) {
                                                  CoordinateTransform(CoordinateMatrix::matrix), unit);                 \
         NameAxes(*made, axes);                                                                                         \
         return ConstPointer<Unit>(made.release());                                                                     \
+    }                                                                                                                  \
+    ConstPointer<Unit> UnitDefinitions::function(ConstPointer<Unit> const & unit) {                                    \
+        if (unit == nullptr) {                                                                                         \
+            return nullptr;                                                                                            \
+        }                                                                                                              \
+        static constexpr AxisText axes[3] = {                                                                          \
+            {name0, abbreviation0, key0}, {name1, abbreviation1, key1}, {name2, abbreviation2, key2}};                 \
+        auto made = std::make_unique<HeldMatrixUnit>(Joined({prefix, unit->name()}), unit->translatedName(),           \
+                                                     CoordinateTransform(CoordinateMatrix::matrix), unit);             \
+        NameAxes(*made, axes);                                                                                         \
+        return ConstPointer<Unit>(made.release());                                                                     \
     }
 #define QELTA_COMPASS_UNIT(function, letter, shifts_zero, zero_point)                                                  \
     ConstPointer<Unit> UnitDefinitions::function(Unit const & unit, bool clockwise) {                                  \
@@ -188,6 +210,17 @@ ConstPointer<Unit> UnitDefinitions::AppendInclinationOrientation(Unit const & un
     made->max_angle_[1] = half_turn;
     made->zero_point_[1] = up ? -zero.index() : zero.index();
     made->reversed_.set(1, !up);
+    return ConstPointer<Unit>(made.release());
+}
+
+ConstPointer<Unit> UnitDefinitions::Unwrapped(Unit const & unit, StringView const & name,
+                                             TranslatedString const & label) {
+    auto const * angle = dynamic_cast<AngleUnit const *>(&unit);
+    if (angle == nullptr) {
+        return nullptr;
+    }
+    std::unique_ptr<AngleUnit> made(static_cast<AngleUnit *>(angle->clone(name, label)));
+    made->wrapped_ = Vector<3, bool>::Filled(false);
     return ConstPointer<Unit>(made.release());
 }
 

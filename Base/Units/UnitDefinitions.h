@@ -28,8 +28,11 @@ class QELTA_BASE_EXPORT UnitDefinitions {
 #define QELTA_UNIT(function, category) static ConstPointer<Unit> const & function();
 #include "Base/Units/UnitCatalogue.def"
 
-    // Coordinate units on `unit`: XYZ(), NorthingEastingElevation(), ...
-#define QELTA_COORDINATE_UNIT(function, ...) static ConstPointer<Unit> function(Unit const & unit);
+    // Coordinate units on `unit`: XYZ(), NorthingEastingElevation(), ... The form that takes a
+    // handle shares `unit` for as long as the coordinate unit lives, and gives null for null.
+#define QELTA_COORDINATE_UNIT(function, ...)                                                                           \
+    static ConstPointer<Unit> function(Unit const & unit);                                                             \
+    static ConstPointer<Unit> function(ConstPointer<Unit> const & unit);
     // Compass bearings on the angle unit `unit`: NorthOrientation(), EastOrientation(), ...
 #define QELTA_COMPASS_UNIT(function, ...) static ConstPointer<Unit> function(Unit const & unit, bool clockwise);
 #include "Base/Units/UnitCatalogue.def"
@@ -42,6 +45,10 @@ class QELTA_BASE_EXPORT UnitDefinitions {
     // reads 0 at `zero` (up) or at `zero` counted downward, named unit's name + ":" + zero in
     // degrees + ":UP" or ":DOWN": "N:CW:decimal degrees:90:UP".
     static ConstPointer<Unit> AppendInclinationOrientation(Unit const & unit, Angle<double> const & zero, bool up);
+
+    // A copy of the angle unit `unit` under `name` and `label` that is wrapped on no axis; null
+    // for a unit of another kind.
+    static ConstPointer<Unit> Unwrapped(Unit const & unit, StringView const & name, TranslatedString const & label);
 
     // A named unit of the catalogue: the name of its function, its kind of quantity, and the
     // function itself.
