@@ -26,7 +26,18 @@ struct CalcArguments {
     std::vector<std::string> settings;    // NAME=NUMBER
     std::vector<std::string> definitions; // NAME=EXPRESSION
     bool explain = false;
+    std::string unit_name;
+    ConstPointer<Unit> unit; // the unit of --unit
 };
+
+// The unit a person names by `text`: a name the unit manager reads, else a catalogue unit.
+ConstPointer<Unit> NamedUnit(std::string const & text, std::string & error) {
+    if (ConstPointer<Unit> unit = CurrentUnits().unit(StringView(text))) {
+        return unit;
+    }
+    UnitDefinitions::Entry const * entry = FindCatalogueUnit(text, error);
+    return entry != nullptr ? entry->unit() : nullptr;
+}
 
 // "name=text" split at its first '='; false when there is none or the name is empty.
 bool SplitAssignment(std::string const & assignment, std::string & name, std::string & text) {
@@ -157,6 +168,12 @@ std::string Reason(Equation<double> const & equation) {
 int RunCalc(CalcArguments const & arguments) {
     Formula formula;
     formula.formula = String(arguments.expression);
+    if (arguments.unit != nullptr) {
+        StringAllocatingView text{StringView(arguments.expression)};
+        arguments.unit->toFormula(text, 0);
+        formula.formula = String(text.view());
+        std::printf("in %s  %s\n", arguments.unit->name().c_str(), formula.formula.c_str());
+    }
     std::string name;
     std::string text;
     for (std::string const & definition : arguments.definitions) {
@@ -183,6 +200,9 @@ int RunCalc(CalcArguments const & arguments) {
     }
     double const value = equation.evaluate();
     std::printf("%s\n", NumberText(value).c_str());
+    if (arguments.unit != nullptr && !std::isnan(value)) {
+        std::printf("%s\n", arguments.unit->toString(value, false, 0, 4, 0, true, 0).c_str());
+    }
     if (std::isnan(value)) {
         std::fflush(stdout);
         std::fprintf(stderr, "qelta %s: %s\n", command_name, Reason(equation).c_str());
@@ -239,9 +259,14 @@ void AddCalcCommand(CLI::App & qelta) {
                    "Prints the value; --explain first lists each term as it is applied, indented by the\n"
                    "brackets open around it, with the running value after it. A value that cannot be had\n"
                    "(a variable without value, a bracket left open) prints NaN, says why and exits 1.\n"
+                   "With --unit NAME the values are typed in that unit with its suffixes: each term becomes\n"
+                   "its number in the unit (\"5'6\\\"\" in feet and inches is 5.5), before the walk, so no\n"
+                   "variables remain; the value is printed again in the unit. NAME is read as by\n"
+                   "'qelta units set', else as by 'qelta convert'.\n"
                    "Examples: qelta calc \"2+3*4\" --explain\n"
                    "          qelta calc \"x*x+1\" --set x=3\n"
-                   "          qelta calc \"[a]*2\" --define a=2+3",
+                   "          qelta calc \"[a]*2\" --define a=2+3\n"
+                   "          qelta calc \"5'6\\\"+1'8\\\"\" --unit \"feet inches\"",
                    [arguments] { return RunCalc(*arguments); });
     calc.add_option("EXPRESSION", arguments->expression, "the text to evaluate")->required();
     calc.add_option("--set", arguments->settings, "gives the variable NAME the value NUMBER")
@@ -268,6 +293,15 @@ void AddCalcCommand(CLI::App & qelta) {
             },
             "NAME=EXPRESSION"));
     calc.add_flag("--explain", arguments->explain, "lists the terms in the order they are applied");
+    calc.add_option("--unit", arguments->unit_name, "the unit the values are typed in, with its suffixes")
+        ->type_name("NAME")
+        ->check(CLI::Validator(
+            [arguments](std::string & name) -> std::string {
+                std::string error;
+                arguments->unit = NamedUnit(name, error);
+                return arguments->unit == nullptr ? error : std::string();
+            },
+            "NAME"));
 }
 
 } // namespace QELTA::Tool

@@ -21,6 +21,7 @@
 #include "Base/Text/StringView.h"
 #include "Base/Units/Unit.h"
 #include "Base/Units/UnitDefinitions.h"
+#include "Base/Units/UnitManager.h"
 
 #include <CLI/CLI.hpp>
 
@@ -73,6 +74,8 @@ String NumberText(double value);
 // The catalogue unit that a person names by `text` (qelta units says how), or null with `error`
 // set to the reason.
 UnitDefinitions::Entry const * FindCatalogueUnit(std::string const & text, std::string & error);
+// The manager of the units in force: the metric defaults, then the user's application_units.ini.
+UnitManager & CurrentUnits();
 // The English abbreviations of every part of `unit`, separated by blanks: "' \"" for feet and
 // inches, "°" for degrees.
 std::string UnitAbbreviations(Unit const & unit);
@@ -101,6 +104,7 @@ void AddModulesCommand(CLI::App & qelta);
 void AddColourCommand(CLI::App & qelta);
 void AddUnitsCommand(CLI::App & qelta);
 void AddCrashReportCommand(CLI::App & qelta);
+void AddFormulasCommand(CLI::App & qelta);
 
 // The folder of this tour's files, made on first use and removed when the tour ends: each run has
 // its own, so that tours may run side by side.
@@ -118,6 +122,8 @@ void DemoLogFile();
 void DemoAngle();
 void DemoConvert();
 void DemoCalc();
+void DemoUnitManager();
+void DemoFormulas();
 void DemoResource();
 void DemoFile();
 void DemoFolders();

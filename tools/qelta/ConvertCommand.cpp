@@ -11,6 +11,7 @@
 #include "Base/Units/TwoPartUnit.h"
 #include "Base/Units/Unit.h"
 #include "Base/Units/UnitDefinitions.h"
+#include "Base/Units/UnitManager.h"
 
 #include <cmath>
 #include <cstdio>
@@ -96,7 +97,29 @@ struct ConvertArguments {
     CLI::Option const * offset_option = nullptr; // a unit without --offset has no offset at all
     CLI::Option const * decimals_option = nullptr;
     CLI::Option const * from_option = nullptr;
+    ConstPointer<Unit> detected; // the unit written in VALUE, when FROM is left out
 };
+
+// The unit that the suffixes of `value` name: as the unit manager reads them, else the text
+// behind the number as a unit name or abbreviation ("12.5 kg").
+ConstPointer<Unit> DetectedUnit(std::string const & value, UnitCategory category) {
+    UnitManager & manager = CurrentUnits();
+    bool const read_by_manager = category == UnitCategory::DISTANCE || category == UnitCategory::ANGLE;
+    if (ConstPointer<Unit> unit = manager.parseUnit(StringView(value), read_by_manager ? category : UnitCategory::UNDEFINED)) {
+        return unit;
+    }
+    std::size_t start = value.find_first_not_of("+-0123456789.,eE \t");
+    if (start == std::string::npos) {
+        return nullptr;
+    }
+    std::string const suffix = value.substr(start);
+    if (ConstPointer<Unit> unit = manager.unit(StringView(suffix))) {
+        return unit;
+    }
+    std::string error;
+    UnitDefinitions::Entry const * entry = FindCatalogueUnit(suffix, error);
+    return entry != nullptr ? entry->unit() : nullptr;
+}
 
 // Checks the two forms of the command line once it is read; a wrong one is a usage error.
 void CheckConvert(ConvertArguments & arguments) {
@@ -111,10 +134,23 @@ void CheckConvert(ConvertArguments & arguments) {
         }
         return;
     }
-    if (arguments.to.empty()) {
-        throw CLI::ValidationError("FROM TO", "give the two units, or a unit by --factor");
+    if (arguments.from_option->count() == 0) {
+        throw CLI::ValidationError("TO", "give the unit to show VALUE in, or a unit by --factor");
     }
     std::string error;
+    if (arguments.to.empty()) {
+        // VALUE TO: the unit is the one written in VALUE.
+        arguments.to_unit = FindCatalogueUnit(arguments.from, error);
+        if (arguments.to_unit == nullptr) {
+            throw CLI::ValidationError("TO", error);
+        }
+        arguments.detected = DetectedUnit(arguments.value, arguments.to_unit->category);
+        if (arguments.detected == nullptr) {
+            throw CLI::ValidationError("VALUE", "'" + arguments.value +
+                                                    "' names no unit by its suffixes; give FROM before TO");
+        }
+        return;
+    }
     arguments.from_unit = FindCatalogueUnit(arguments.from, error);
     if (arguments.from_unit == nullptr) {
         throw CLI::ValidationError("FROM", error);
@@ -150,7 +186,8 @@ int RunConvert(ConvertArguments const & arguments) {
         return RunFactorConvert(arguments);
     }
     unsigned int const decimals = arguments.decimals_option->count() != 0 ? arguments.decimals : catalogue_decimals;
-    Unit const & reader = Reader(*arguments.from_unit, arguments.value);
+    Unit const & reader =
+        arguments.detected != nullptr ? *arguments.detected : Reader(*arguments.from_unit, arguments.value);
     Unit const & to = *arguments.to_unit->unit();
     double const base = reader.convertFromString(StringView(arguments.value), 0);
     if (std::isnan(base)) {
@@ -221,8 +258,12 @@ void AddConvertCommand(CLI::App & qelta) {
         "  exact round trip  the value taken to the unit and back without text\n"
         "  step near value   a round step (1, 2.5, 5 or 10 times a power of ten in the unit) of\n"
         "                    about the value's size, in the base scale; negative values step by 10\n"
+        "With VALUE and TO alone, the unit is the one VALUE is written in, read from its suffixes as\n"
+        "'qelta units detect' reads them (5'6\" feet and inches, 12° 30' 15\" degrees, minutes and\n"
+        "seconds), else from the unit name or abbreviation behind the number (12.5 kg).\n"
         "Put -- before a VALUE that begins with '-'.\n"
         "Examples: qelta convert 5\\'6\\\" feet meters\n"
+        "          qelta convert 5\\'6\\\" meters\n"
         "          qelta convert 12.5 acres hectares\n"
         "          qelta convert 45.5 degrees dms\n"
         "          qelta convert 1 --factor 3.280839895013123 --abbreviation ft",

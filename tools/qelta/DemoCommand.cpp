@@ -27,7 +27,9 @@ int RunDemo() {
     DemoLogFile();
     DemoAngle();
     DemoConvert();
+    DemoUnitManager();
     DemoCalc();
+    DemoFormulas();
     DemoResource();
     DemoFile();
     DemoFolders();
@@ -73,7 +75,9 @@ void AddDemoCommand(CLI::App & qelta) {
                "  log file work on a queue logged to the console and a text log, read back\n"
                "  angle    angles in index units, the sine table and orientations as quaternions\n"
                "  convert  lengths in feet and inches, angles in degrees, minutes and seconds, bearings\n"
+               "  units    the length switched from metric to imperial, heard by a listener and kept\n"
                "  calc     arithmetic walked from left to right, and formulas with inputs and units\n"
+               "  formulas a tab-separated table of formulas loaded and evaluated\n"
                "  resource an observable value whose listeners hear each change, once and in order\n"
                "  file     paths kept normalised, their parts, and sizes in whole units\n"
                "  folders  the system's folders and the folder variables of stored paths\n"

@@ -8,6 +8,7 @@
 #include "Base/Units/TwoPartUnit.h"
 #include "Base/Units/UnitCategory.h"
 #include "Base/Units/UnitDefinitions.h"
+#include "Base/Units/UnitManager.h"
 
 #include <charconv>
 #include <cstdio>
@@ -103,7 +104,101 @@ void PrintEntry(UnitDefinitions::Entry const & entry) {
 struct UnitsArguments {
     std::string category;
     CLI::Option const * category_option = nullptr;
+    CLI::App const * units = nullptr;
+    std::string set_category;
+    std::string set_name;
+    std::string detect_category;
+    std::vector<std::string> labels;
 };
+
+// The categories that have a unit in force, in the order they are shown.
+constexpr UnitCategory current_categories[] = {
+    UnitCategory::DISTANCE, UnitCategory::COORDINATE, UnitCategory::SURFACE_AREA, UnitCategory::VOLUME,
+    UnitCategory::WEIGHT,   UnitCategory::ANGLE,      UnitCategory::ORIENTATION,  UnitCategory::LATLON,
+    UnitCategory::TIME};
+
+std::string CurrentCategoryNames() {
+    std::string names;
+    for (UnitCategory category : current_categories) {
+        names += (names.empty() ? "" : ", ") + CategoryName(category);
+    }
+    return names;
+}
+
+// The category typed, in any case, among those with a unit in force.
+bool ReadCurrentCategory(std::string const & text, UnitCategory & category) {
+    for (UnitCategory candidate : current_categories) {
+        if (StringView(text).isSameNoCase(StringView(CategoryName(candidate)))) {
+            category = candidate;
+            return true;
+        }
+    }
+    return false;
+}
+
+void PrintCurrent(char const * label, ConstPointer<Unit> const & unit) {
+    if (unit == nullptr) {
+        std::printf("  %s -\n", Padded(label, 13).c_str());
+        return;
+    }
+    std::printf("  %s %s %s\n", Padded(label, 13).c_str(), Padded(Text(unit->name().view()), 36).c_str(),
+                UnitAbbreviations(*unit).c_str());
+}
+
+int RunCurrent() {
+    UnitManager & manager = CurrentUnits();
+    std::printf("Units in force (%s):\n", NativePath(manager.defaultINIFile()).c_str());
+    for (UnitCategory category : current_categories) {
+        PrintCurrent(CategoryName(category).c_str(), manager.unit(category));
+    }
+    PrintCurrent("TEMPERATURE", manager.temperatureResource().value());
+    return exit_ok;
+}
+
+int RunSet(UnitsArguments const & arguments) {
+    UnitCategory category = UnitCategory::UNDEFINED;
+    ReadCurrentCategory(arguments.set_category, category);
+    UnitManager & manager = CurrentUnits();
+    ConstPointer<Unit> const unit = manager.unit(StringView(arguments.set_name));
+    if (unit == nullptr) {
+        std::fflush(stdout);
+        std::fprintf(stderr,
+                     "qelta units set: '%s' names no unit that settings can keep; try a name such as 'feet',\n"
+                     "'square meters', 'degrees minutes seconds' or 'NEH:feet'\n",
+                     arguments.set_name.c_str());
+        return exit_failure;
+    }
+    ConstPointer<Unit> const before = manager.unit(category);
+    manager.setUnit(category, unit);
+    if (!manager.saveINIOptions(false)) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "qelta units set: %s could not be written\n", NativePath(manager.defaultINIFile()).c_str());
+        return exit_failure;
+    }
+    std::printf("%s: %s -> %s (saved in %s)\n", CategoryName(category).c_str(),
+                before == nullptr ? "-" : before->name().c_str(), unit->name().c_str(),
+                NativePath(manager.defaultINIFile()).c_str());
+    return exit_ok;
+}
+
+int RunDetect(UnitsArguments const & arguments) {
+    UnitCategory category = UnitCategory::UNDEFINED;
+    if (!arguments.detect_category.empty()) {
+        ReadCurrentCategory(arguments.detect_category, category);
+    }
+    UnitManager & manager = CurrentUnits();
+    int code = exit_ok;
+    for (std::string const & label : arguments.labels) {
+        StringView const text(label);
+        ConstPointer<Unit> unit = manager.parseUnit(text, category);
+        if (unit == nullptr) {
+            unit = manager.determineUnit(Buffer<String>{String(text)}, category);
+        }
+        std::printf("%s\t%s\n", label.c_str(), unit == nullptr ? "-" : unit->name().c_str());
+        code = unit == nullptr ? exit_failure : code;
+    }
+    return code;
+}
 
 // The category typed, in any case; false for a name that no unit of the catalogue has.
 bool ReadCategory(std::string const & text, UnitCategory & category) {
@@ -132,6 +227,9 @@ std::string CategoryNames() {
 }
 
 int RunUnits(UnitsArguments const & arguments) {
+    if (!arguments.units->get_subcommands().empty()) {
+        return exit_ok; // a verb did the work
+    }
     bool const one = arguments.category_option->count() != 0;
     UnitCategory wanted = UnitCategory::UNDEFINED;
     if (one) {
@@ -159,6 +257,49 @@ int RunUnits(UnitsArguments const & arguments) {
 }
 
 } // namespace
+
+void DemoUnitManager() {
+    std::puts("\n== Units in force");
+    std::puts("Each kind of quantity has a unit in force that code watches. Switching the length from");
+    std::puts("metric to imperial tells a listener once, and the choice is kept by the unit's name:");
+    File settings = DemoFolder();
+    settings.appendPath(StringView(UnitManager::settings_file_name));
+    UnitManager manager(settings);
+    manager.setToDefaultMetric(true);
+    Resource<ConstPointer<Unit>> & distance = manager.unitResource(UnitCategory::DISTANCE);
+    distance.addListener(new BasicResourceListener([&distance] {
+                             std::printf("  listener: the length unit is now %s\n", distance.value()->name().c_str());
+                         }),
+                         true);
+    std::printf("  distance %s, coordinates %s\n", manager.unit(UnitCategory::DISTANCE)->name().c_str(),
+                manager.unit(UnitCategory::COORDINATE)->name().c_str());
+    manager.setToDefaultImperial(true);
+    std::printf("  distance %s, coordinates %s\n", manager.unit(UnitCategory::DISTANCE)->name().c_str(),
+                manager.unit(UnitCategory::COORDINATE)->name().c_str());
+    manager.saveINIOptions(false);
+    UnitManager fresh(settings);
+    fresh.readINIOptions();
+    std::printf("  read back from %s: distance %s\n", UnitManager::settings_file_name,
+                fresh.unit(UnitCategory::DISTANCE)->name().c_str());
+    std::puts("Units are also found from what is written around values and in column labels:");
+    for (char const * label : {"5'6\"", "12° 30' 15\"", "Easting (ft)", "Dist [m]", "Angle DMS"}) {
+        ConstPointer<Unit> unit = fresh.parseUnit(StringView(label), UnitCategory::UNDEFINED);
+        if (unit == nullptr) {
+            unit = fresh.determineUnit(Buffer<String>{String(label)}, UnitCategory::UNDEFINED);
+        }
+        std::printf("  %-14s %s\n", label, unit == nullptr ? "-" : unit->name().c_str());
+    }
+}
+
+UnitManager & CurrentUnits() {
+    static UnitManager & manager = [] () -> UnitManager & {
+        UnitManager & made = UnitManager::DefaultManager();
+        made.setToDefaultMetric(false);
+        made.readINIOptions();
+        return made;
+    }();
+    return manager;
+}
 
 std::string UnitAbbreviations(Unit const & unit) {
     std::string text = Text(unit.abbreviation(0));
@@ -228,6 +369,53 @@ void AddUnitsCommand(CLI::App & qelta) {
         "CATEGORY, in any case: " +
             CategoryNames(),
         [arguments] { return RunUnits(*arguments); });
+    arguments->units = &units;
+    AddCommand(units, "current", "the unit in force for each category, from the user's settings",
+               "Prints the unit in force for each category that has one, with its name (the text kept in the\n"
+               "settings file) and its abbreviations. Without a settings file the metric defaults are in\n"
+               "force; 'qelta units set' changes one. The settings file is application_units.ini in the\n"
+               "user's settings folder, named on the first line.",
+               [] { return RunCurrent(); });
+    CLI::App & set = AddCommand(
+        units, "set", "changes the unit in force for a category and saves the choice",
+        "Sets the unit of CATEGORY to the unit NAME and saves all choices in the user's\n"
+        "application_units.ini, written whole through a temporary file. NAME is a name the settings\n"
+        "file can keep: a spelling such as feet, metre, us survey feet, square meters, dms,\n"
+        "degrees minutes seconds, an option such as US gallons, or a composed name: an axis order\n"
+        "and a length (ENH:feet, NEH:meters), LATLONALT:degrees, or a compass bearing\n"
+        "N:CW:decimal degrees[:90:UP]. A name that reads no unit changes nothing and exits 1.\n"
+        "CATEGORY, in any case: " + CurrentCategoryNames() + "\n"
+        "Example: qelta units set distance feet",
+        [arguments] { return RunSet(*arguments); });
+    set.add_option("CATEGORY", arguments->set_category, "the kind of quantity")
+        ->required()
+        ->check(CLI::Validator(
+            [](std::string & text) -> std::string {
+                UnitCategory category = UnitCategory::UNDEFINED;
+                return ReadCurrentCategory(text, category) ? std::string()
+                                                           : "'" + text + "' is not one of " + CurrentCategoryNames();
+            },
+            "CATEGORY"));
+    set.add_option("NAME", arguments->set_name, "the unit")->required();
+    CLI::App & detect = AddCommand(
+        units, "detect", "the unit that a value's suffixes or a column label names",
+        "For each LABEL prints the label, a tab and the name of the unit it names, or '-'. A value's\n"
+        "suffixes are read first (5'6\" is feet and inches, 12° 30' 15\" degrees, minutes and\n"
+        "seconds, 12.5 cm centimetres); a column label is read by the unit word in its last bracket or\n"
+        "its last word (\"Easting (ft)\", \"Dist [m]\", \"Angle DMS\"). --category narrows the search; a\n"
+        "COORDINATE length takes the axis order of the coordinate unit in force. Exits 1 when a label\n"
+        "names no unit.\n"
+        "Example: qelta units detect \"Easting (ft)\" \"Dist [m]\" \"Angle DMS\" --category distance",
+        [arguments] { return RunDetect(*arguments); });
+    detect.add_option("LABEL", arguments->labels, "values or column labels")->required();
+    detect.add_option("--category", arguments->detect_category, "the kind of quantity to look for")
+        ->check(CLI::Validator(
+            [](std::string & text) -> std::string {
+                UnitCategory category = UnitCategory::UNDEFINED;
+                return ReadCurrentCategory(text, category) ? std::string()
+                                                           : "'" + text + "' is not one of " + CurrentCategoryNames();
+            },
+            "CATEGORY"));
     arguments->category_option =
         units
             .add_option_function<std::string>(

@@ -16,7 +16,7 @@ constexpr void (*const add_commands[])(CLI::App &) = {
     AddDemoCommand,      AddTextCommand,    AddUuidCommand,    AddNumberCommand,   AddTimeCommand,     AddLogCommand,
     AddAngleCommand,     AddConvertCommand, AddUnitsCommand,   AddCalcCommand,     AddResourceCommand, AddFileCommand,
     AddFoldersCommand,   AddQueueCommand,   AddBase64Command,  AddPasswordCommand, AddCsvCommand,      AddIniCommand,
-    AddTranslateCommand, AddBinaryCommand,  AddModulesCommand, AddColourCommand, AddCrashReportCommand,
+    AddTranslateCommand, AddBinaryCommand,  AddModulesCommand, AddColourCommand, AddCrashReportCommand, AddFormulasCommand,
 };
 
 // The slots in which the library's messages name paths, filled with its own form of the path
