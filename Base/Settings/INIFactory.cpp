@@ -5,6 +5,7 @@
 #include "Base/Failure/Exception.h"
 #include "Base/Files/FileException.h"
 #include "Base/Files/Scanner.h"
+#include "Base/Host/KeyEvent.h"
 #include "Base/Text/StringStream.h"
 
 #include <cstdlib>
@@ -224,6 +225,29 @@ struct Codec<RGBColor> {
     static RGBColor Read(char const * bytes, RGBColor const &) { return ReadPlain<RGBColor>(bytes); }
 };
 
+template <>
+struct Codec<KeyEvent> {
+    static constexpr unsigned int payload_size = 9;
+    static String Format(KeyEvent const & value) { return Text(value); }
+    static KeyEvent Parse(StringView const & text, KeyEvent const & current) {
+        KeyEvent value = current;
+        StringStream<KeyEvent>::fromString(text, value);
+        return value;
+    }
+    // Field by field, so that no padding byte reaches the file.
+    static void Write(std::FILE * file, KeyEvent const & value) {
+        unsigned char bytes[payload_size];
+        std::memcpy(bytes, &value.key, 4);
+        bytes[4] = value.modifiers;
+        std::memcpy(bytes + 5, &value.device, 4);
+        WriteBytes(file, bytes, payload_size);
+    }
+    static KeyEvent Read(char const * bytes, KeyEvent const &) {
+        return KeyEvent(ReadPlain<std::uint32_t>(bytes), static_cast<std::uint8_t>(bytes[4]),
+                        ReadPlain<std::uint32_t>(bytes + 5));
+    }
+};
+
 // Types whose binary payload is their escaped text.
 template <class T>
 constexpr bool has_text_payload = std::is_same_v<T, String> || std::is_same_v<T, File>;
@@ -342,6 +366,7 @@ template class INIFactory::INIObject<TimeSpan>;
 template class INIFactory::INIObject<UUID>;
 template class INIFactory::INIObject<Vector<64, bool>>;
 template class INIFactory::INIObject<RGBColor>; // declared in Base/Color/ColorOptions.h
+template class INIFactory::INIObject<KeyEvent>; // declared in Base/Host/KeyEvent.h
 
 // INIFactory
 
