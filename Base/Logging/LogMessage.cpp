@@ -2,6 +2,7 @@
 #include "Base/Logging/LogMessage.h"
 
 #include "Base/Failure/Exception.h"
+#include "Base/Host/Font.h"
 #include "Base/Language/TranslatedString.h"
 
 #include <utility>
@@ -12,6 +13,7 @@ namespace {
 
 constexpr char escape_byte = 27;
 constexpr char field_separator = '\t';
+constexpr char code_separator = ';';
 // The time of the stored form is written and read in UTC, so that a line reads back the same
 // in every time zone and across a change of daylight saving time.
 constexpr bool stored_time_is_local = false;
@@ -347,6 +349,24 @@ Buffer<std::pair<String, String>> LogMessage::ansiiEscapeBlocks() const {
     }
     if (offset < text.size()) {
         blocks.add({String(plain_code), String(text.substr(offset))});
+    }
+    return blocks;
+}
+
+TextBlockBuffer LogMessage::messageBlocks(Font const & font) const {
+    TextBlockBuffer blocks;
+    Font working = font;
+    for (auto const & [codes, text] : ansiiEscapeBlocks()) {
+        for (StringView const & piece : codes.split(code_separator, true)) {
+            // The codes hold digits and ';' only and end in the text's zero byte, so each piece reads
+            // in place; an empty piece reads as Invalid, which is all ones.
+            unsigned int code = 0;
+            StringStream<unsigned int>::fromString(piece, code);
+            working.executeAnsiiCode(code, font);
+        }
+        if (!text.isEmpty()) {
+            blocks.add(TextBlock{text, working});
+        }
     }
     return blocks;
 }

@@ -17,7 +17,13 @@
 
 namespace QELTA {
 
+class Font;
 class TranslatedString;
+struct TextBlock;
+
+// Buffer<TextBlock> spelled out, since its default allocator needs the complete type (Font.h
+// checks that it is the default one).
+using TextBlockBuffer = Buffer<TextBlock, BufferAllocator<TextBlock, 64, 0, unsigned int, 0, 0>>;
 
 // The number of this run of the program: the clock's count at the first call, modulo 65534.
 // Worked out once; the same on every thread until the process ends. 65534 and 65535 never occur,
@@ -83,6 +89,11 @@ class QELTA_BASE_EXPORT LogMessage {
     // sequence, or behind a run that stopped at a stray byte 27, gets the code "0". An empty
     // text gives no block; a text ending in a sequence gives a last block with an empty text.
     Buffer<std::pair<String, String>> ansiiEscapeBlocks() const;
+    // The blocks of ansiiEscapeBlocks() with the fonts they are drawn in: each code of a block
+    // applies in turn to a working copy of `font` through Font::executeAnsiiCode, `font` being the
+    // one a reset returns to, and carries on into the following blocks. A code that isn't a number
+    // counts as all ones and changes nothing. Blocks with an empty text are left out.
+    TextBlockBuffer messageBlocks(Font const & font) const;
 
   private:
     String raw_message_;
