@@ -193,6 +193,10 @@ bool IsFinite(Vector<3, double> const & v) noexcept {
     return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]);
 }
 
+double HorizontalLength(Vector<3, double> const & v) noexcept {
+    return std::hypot(v[0], v[1]);
+}
+
 // The heading of the direction in index units.
 double Azimuth(Vector<3, double> const & v) noexcept {
     return std::atan2(v[1], v[0]) * index_per_radian;
@@ -200,7 +204,7 @@ double Azimuth(Vector<3, double> const & v) noexcept {
 
 // The angle above the x-y plane in index units.
 double Elevation(Vector<3, double> const & v) noexcept {
-    return std::atan2(v[2], std::hypot(v[0], v[1])) * index_per_radian;
+    return std::atan2(v[2], HorizontalLength(v)) * index_per_radian;
 }
 
 // A difference of two headings taken to the nearest half turn, so that pairs on either side of
@@ -327,10 +331,22 @@ Matrix4 MatrixFunctions::SolveBestFitTransform(TransformSolveOptions const & opt
         return FailedFit();
     }
 
-    unsigned int first = 0;
-    while (first < count && ((from[first] - from_centroid).lengthSquared() == 0.0 ||
-                             (to[first] - to_centroid).lengthSquared() == 0.0)) {
-        ++first;
+    // The first estimate comes from the first pair with both ends off their centroids, and off the
+    // vertical through them where there is such a pair, so that it has a heading.
+    unsigned int first = count;
+    for (unsigned int i = 0; i < count; ++i) {
+        Direction const a = from[i] - from_centroid;
+        Direction const b = to[i] - to_centroid;
+        if (a.lengthSquared() == 0.0 || b.lengthSquared() == 0.0) {
+            continue;
+        }
+        if (first == count) {
+            first = i;
+        }
+        if (HorizontalLength(a) != 0.0 && HorizontalLength(b) != 0.0) {
+            first = i;
+            break;
+        }
     }
     double yaw = 0.0;
     double pitch = 0.0;
@@ -343,6 +359,7 @@ Matrix4 MatrixFunctions::SolveBestFitTransform(TransformSolveOptions const & opt
         Matrix4 const back = YawPitch(start_yaw, start_pitch).inverse();
 
         double yaw_sum = 0.0;
+        double yaw_weight = 0.0;
         double pitch_sum = 0.0;
         double scale_sum = 0.0;
         double weight = 0.0;
@@ -356,11 +373,15 @@ Matrix4 MatrixFunctions::SolveBestFitTransform(TransformSolveOptions const & opt
             double const c_length = c.length();
             double const w = c_length + length;
             scale_sum += w * (c_length / length);
-            yaw_sum += w * Wrapped(Azimuth(c) - Azimuth(offset));
             pitch_sum += w * (Elevation(c) - Elevation(offset));
             weight += w;
+            // A heading is only as good as the horizontal distance it is taken over: a pair above or
+            // below the centroids has none, and would add the heading of rounding noise.
+            double const horizontal = HorizontalLength(c) + HorizontalLength(offset);
+            yaw_sum += horizontal * Wrapped(Azimuth(c) - Azimuth(offset));
+            yaw_weight += horizontal;
         }
-        yaw = options.solve_yaw ? yaw_sum / weight + start_yaw : 0.0;
+        yaw = options.solve_yaw ? (yaw_weight > 0.0 ? yaw_sum / yaw_weight : 0.0) + start_yaw : 0.0;
         pitch = options.solve_pitch ? pitch_sum / weight + start_pitch : 0.0;
         scale = options.solve_scale ? scale_sum / weight : 1.0;
     } else if (options.solve_yaw || options.solve_pitch || options.solve_scale) {

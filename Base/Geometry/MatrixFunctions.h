@@ -42,13 +42,15 @@ class QELTA_BASE_EXPORT MatrixFunctions {
 
     // The constrained fit: a yaw, a pitch and a uniform scale about the centroid of the from-points,
     // then a translation that carries that centroid onto the centroid of the to-points in the
-    // components it may move in (in the others the centroid keeps its place). Angles are averaged
-    // over the pairs, each weighted by its distance from the centroids, after a first estimate
-    // from the first pair that has both ends off their centroids; a pair whose from-point lies on
-    // its centroid says nothing about turn or scale and is passed over. A rotation about z and a
-    // scale come back exactly from exact points; a pitch does so only for points in the vertical
-    // half-plane of +x, since one tilt axis cannot raise every direction alike. A fit that turns
-    // or scales fails when every from-point lies on the centroid.
+    // components it may move in (in the others the centroid keeps its place). Angles and scale are
+    // averaged over the pairs after a first estimate from the first pair with both ends off their
+    // centroids (and off the vertical through them, where there is one). Each pair is weighted by
+    // its distance from the centroids, the heading by the horizontal distance only; a pair whose
+    // from-point lies on its centroid says nothing about turn or scale and is passed over. A turn
+    // about z, the scale and the move come back exactly from exact points. The pitch is the mean
+    // change of elevation angle, an estimate: a tilt raises the points on one side of the centroid
+    // and lowers those on the other, which a mean partly cancels. A fit that turns or scales fails
+    // when every from-point lies on the centroid.
     static Matrix4 SolveBestFitTransform(TransformSolveOptions const & options);
 
     // The affine transform that takes `from` onto `to` with the least sum of squared distances:
