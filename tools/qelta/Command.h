@@ -105,6 +105,9 @@ void AddColourCommand(CLI::App & qelta);
 void AddUnitsCommand(CLI::App & qelta);
 void AddCrashReportCommand(CLI::App & qelta);
 void AddFormulasCommand(CLI::App & qelta);
+void AddKeyCommand(CLI::App & qelta);
+void AddFontCommand(CLI::App & qelta);
+void AddFitCommand(CLI::App & qelta);
 
 // The folder of this tour's files, made on first use and removed when the tour ends: each run has
 // its own, so that tours may run side by side.
@@ -133,5 +136,8 @@ void DemoTranslate();
 void DemoBinary();
 void DemoModules();
 void DemoColour();
+void DemoKey();
+void DemoFont();
+void DemoFit();
 
 } // namespace QELTA::Tool

@@ -39,6 +39,9 @@ int RunDemo() {
     DemoBinary();
     DemoModules();
     DemoColour();
+    DemoKey();
+    DemoFont();
+    DemoFit();
     std::puts("\nEnd of the tour.");
     if (!TheDemoFolder().isEmpty() && TheDemoFolder().exists()) {
         TheDemoFolder().deleteFile(LogPtr());
@@ -86,7 +89,10 @@ void AddDemoCommand(CLI::App & qelta) {
                "  translate a text and a number shown in a second language\n"
                "  binary   a table packed into compressed blocks, a shared string table, the ratio\n"
                "  modules  the sample plug-in module beside qelta, loaded and driven through its stages\n"
-               "  colour   a colour in every model with its name, a palette and seeded random colours",
+               "  colour   a colour in every model with its name, a palette and seeded random colours\n"
+               "  key      keys mapped to named actions, changed, and their stored form\n"
+               "  font     a font resolved to its file, a fallback by character, fonts of colour codes\n"
+               "  fit      a turn and a move fitted to measured points, and a fit that must fail",
                RunDemo);
 }
 

@@ -17,6 +17,7 @@ constexpr void (*const add_commands[])(CLI::App &) = {
     AddAngleCommand,     AddConvertCommand, AddUnitsCommand,   AddCalcCommand,     AddResourceCommand, AddFileCommand,
     AddFoldersCommand,   AddQueueCommand,   AddBase64Command,  AddPasswordCommand, AddCsvCommand,      AddIniCommand,
     AddTranslateCommand, AddBinaryCommand,  AddModulesCommand, AddColourCommand, AddCrashReportCommand, AddFormulasCommand,
+    AddKeyCommand, AddFontCommand, AddFitCommand,
 };
 
 // The slots in which the library's messages name paths, filled with its own form of the path
