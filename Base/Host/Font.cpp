@@ -180,8 +180,8 @@ bool operator==(Font const & left, Font const & right) noexcept {
         }
     }
     return left.name_.view() == right.name_.view() && left.bold_ == right.bold_ && left.italic_ == right.italic_ &&
-           left.overline_ == right.overline_ && left.strike_ == right.strike_ &&
-           left.underline_ == right.underline_ && left.color_ == right.color_;
+           left.overline_ == right.overline_ && left.strike_ == right.strike_ && left.underline_ == right.underline_ &&
+           left.color_ == right.color_;
 }
 
 unsigned int Internal::ReadFontText(StringView const & text, Font & font) {

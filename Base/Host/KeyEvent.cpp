@@ -15,10 +15,10 @@ struct KeyLabelRow {
 
 // The labels of keys without a plain character, beside the function keys below.
 constexpr KeyLabelRow key_labels[] = {
-    {16, "SHIFT"},  {18, "ALT"},   {32, "SPACE"},   {43, "EXE"},     {46, "DEL"},    {162, "LCTRL"},
-    {163, "RCTRL"}, {164, "META"}, {256, "ESC"},    {257, "ENTER"},  {304, "A"},     {305, "B"},
-    {307, "X"},     {308, "Y"},    {310, "L1"},     {311, "R1"},     {314, "SELECT"}, {315, "START"},
-    {316, "MODE"},  {317, "TL"},   {318, "TR"},     {512, "VOL+"},   {513, "VOL-"},
+    {16, "SHIFT"},  {18, "ALT"},   {32, "SPACE"}, {43, "EXE"},    {46, "DEL"},     {162, "LCTRL"},
+    {163, "RCTRL"}, {164, "META"}, {256, "ESC"},  {257, "ENTER"}, {304, "A"},      {305, "B"},
+    {307, "X"},     {308, "Y"},    {310, "L1"},   {311, "R1"},    {314, "SELECT"}, {315, "START"},
+    {316, "MODE"},  {317, "TL"},   {318, "TR"},   {512, "VOL+"},  {513, "VOL-"},
 };
 
 // F1 to F24 are the codes 112 to 135.

@@ -52,7 +52,7 @@ Affine const sheared = {{{1.2, 0.3, -0.5, 5.0}, {0.1, 0.9, 0.2, -2.0}, {-0.4, 0.
 
 // Points on every side of their centroid, so that headings cross the half-turn line.
 Buffer<Point> SpreadPoints() {
-    return {Point(0.0, 0.0, 0.0), Point(4.0, 1.0, 2.0),  Point(-3.0, 2.0, -1.0), Point(-2.0, -3.0, 0.5),
+    return {Point(0.0, 0.0, 0.0),  Point(4.0, 1.0, 2.0),  Point(-3.0, 2.0, -1.0), Point(-2.0, -3.0, 0.5),
             Point(1.0, -4.0, 3.0), Point(-5.0, 0.2, 1.0), Point(2.0, 3.0, -2.0)};
 }
 
@@ -85,10 +85,9 @@ TEST(MatrixFunctionsTest, ConstrainedFitRecoversYawScaleAndMoveExactly) {
     Options const options = Pairs(SpreadPoints(), yaw_scale_move);
     ExpectMatrix(MatrixFunctions::SolveBestFitTransform(options), yaw_scale_move, 1e-12, 1e-11);
     // The first pair and another straight above the centroid (5, 4, 0.8) have no heading.
-    Buffer<Point> const above = {Point(5.0, 4.0, 2.0), Point(0.0, 0.0, 0.0), Point(10.0, 0.0, 0.0),
+    Buffer<Point> const above = {Point(5.0, 4.0, 2.0),  Point(0.0, 0.0, 0.0), Point(10.0, 0.0, 0.0),
                                  Point(10.0, 8.0, 0.0), Point(0.0, 8.0, 1.0), Point(5.0, 4.0, 1.0)};
-    ExpectMatrix(MatrixFunctions::SolveBestFitTransform(Pairs(above, yaw_scale_move)), yaw_scale_move, 1e-12,
-                 1e-11);
+    ExpectMatrix(MatrixFunctions::SolveBestFitTransform(Pairs(above, yaw_scale_move)), yaw_scale_move, 1e-12, 1e-11);
 }
 
 TEST(MatrixFunctionsTest, ConstrainedFitKeepsWhatItMayNotChange) {
@@ -165,8 +164,7 @@ TEST(MatrixFunctionsTest, IdenticalPointSetsGiveTheIdentity) {
 
 TEST(MatrixFunctionsTest, DegenerateInputFailsWithEveryElementNaN) {
     double const nan = std::numeric_limits<double>::quiet_NaN();
-    Buffer<Point> const four = {Point(0.0, 0.0, 0.0), Point(1.0, 0.0, 0.0), Point(0.0, 1.0, 0.0),
-                                Point(0.0, 0.0, 1.0)};
+    Buffer<Point> const four = {Point(0.0, 0.0, 0.0), Point(1.0, 0.0, 0.0), Point(0.0, 1.0, 0.0), Point(0.0, 0.0, 1.0)};
     struct Case {
         char const * name;
         Buffer<Point> from;
@@ -175,16 +173,25 @@ TEST(MatrixFunctionsTest, DegenerateInputFailsWithEveryElementNaN) {
     } const cases[] = {
         {"empty", {}, {}, true},
         {"lengths differ", four, {Point(1.0, 1.0, 1.0)}, true},
-        {"three points", {Point(0.0, 0.0, 0.0), Point(1.0, 0.0, 0.0), Point(0.0, 2.0, 0.0)},
-         {Point(0.0, 0.0, 0.0), Point(1.0, 0.0, 0.0), Point(0.0, 2.0, 0.0)}, false},
-        {"coplanar", {Point(0.0, 0.0, 0.0), Point(1.0, 0.0, 0.0), Point(0.0, 1.0, 0.0), Point(3.0, 5.0, 0.0)},
-         four, false},
-        {"collinear", {Point(0.0, 0.0, 0.0), Point(1.0, 1.0, 1.0), Point(2.0, 2.0, 2.0), Point(5.0, 5.0, 5.0)},
-         four, false},
-        {"coincident", {Point(1.0, 2.0, 3.0), Point(1.0, 2.0, 3.0), Point(1.0, 2.0, 3.0), Point(1.0, 2.0, 3.0)},
-         four, true},
+        {"three points",
+         {Point(0.0, 0.0, 0.0), Point(1.0, 0.0, 0.0), Point(0.0, 2.0, 0.0)},
+         {Point(0.0, 0.0, 0.0), Point(1.0, 0.0, 0.0), Point(0.0, 2.0, 0.0)},
+         false},
+        {"coplanar",
+         {Point(0.0, 0.0, 0.0), Point(1.0, 0.0, 0.0), Point(0.0, 1.0, 0.0), Point(3.0, 5.0, 0.0)},
+         four,
+         false},
+        {"collinear",
+         {Point(0.0, 0.0, 0.0), Point(1.0, 1.0, 1.0), Point(2.0, 2.0, 2.0), Point(5.0, 5.0, 5.0)},
+         four,
+         false},
+        {"coincident",
+         {Point(1.0, 2.0, 3.0), Point(1.0, 2.0, 3.0), Point(1.0, 2.0, 3.0), Point(1.0, 2.0, 3.0)},
+         four,
+         true},
         {"NaN", {Point(0.0, 0.0, 0.0), Point(1.0, 0.0, 0.0), Point(0.0, nan, 0.0), Point(0.0, 0.0, 1.0)}, four, true},
-        {"infinity", four,
+        {"infinity",
+         four,
          {Point(0.0, 0.0, 0.0), Point(std::numeric_limits<double>::infinity(), 0.0, 0.0), Point(0.0, 1.0, 0.0),
           Point(0.0, 0.0, 1.0)},
          true},

@@ -140,10 +140,8 @@ TEST(FontTest, MessageBlocksCarryTheFontOfTheirCodes) {
         bool bold;
         RGBColor color;
     } const expected[] = {
-        {"plain", false, RGBColor::ErrorColor()},
-        {"bold red", true, RGBColor(255, 0, 0, 255)},
-        {"red", false, RGBColor(255, 0, 0, 255)},
-        {"grey", false, RGBColor(170, 170, 170, 255)},
+        {"plain", false, RGBColor::ErrorColor()},       {"bold red", true, RGBColor(255, 0, 0, 255)},
+        {"red", false, RGBColor(255, 0, 0, 255)},       {"grey", false, RGBColor(170, 170, 170, 255)},
         {"plain again", false, RGBColor::ErrorColor()},
     };
     for (unsigned int i = 0; i < blocks.size(); ++i) {

@@ -31,18 +31,34 @@ std::string Display(KeyEvent const & event) {
 }
 
 TEST(KeyEventTest, StoredFormIsThreeNumbersAndReadsOnlyThreeFields) {
-    EXPECT_EQ(Stored(KeyEvent(65, KeyEvent::SHIFT | KeyEvent::CONTROL, 7)), "65\x1D" "3\x1D" "7");
+    EXPECT_EQ(Stored(KeyEvent(65, KeyEvent::SHIFT | KeyEvent::CONTROL, 7)), "65\x1D"
+                                                                            "3\x1D"
+                                                                            "7");
     struct Case {
         char const * text;
         KeyEvent expected;
     } const cases[] = {
-        {"65\x1D" "3\x1D" "7", KeyEvent(65, 3, 7)},
-        {"+513\x1D" "0\x1D" "0", KeyEvent(513, 0, 0)},
+        {"65\x1D"
+         "3\x1D"
+         "7",
+         KeyEvent(65, 3, 7)},
+        {"+513\x1D"
+         "0\x1D"
+         "0",
+         KeyEvent(513, 0, 0)},
         {"", KeyEvent()},
-        {"65\x1D" "3", KeyEvent(1, 1, 1)},               // two fields: unchanged
-        {"65\x1D" "3\x1D" "7\x1D" "9", KeyEvent(1, 1, 1)}, // four fields: unchanged
+        {"65\x1D"
+         "3",
+         KeyEvent(1, 1, 1)}, // two fields: unchanged
+        {"65\x1D"
+         "3\x1D"
+         "7\x1D"
+         "9",
+         KeyEvent(1, 1, 1)}, // four fields: unchanged
         {"ctrl+a", KeyEvent(1, 1, 1)},
-        {"x\x1D" "300\x1D", KeyEvent(4294967295u, 44, 4294967295u)}, // each field by its number rules
+        {"x\x1D"
+         "300\x1D",
+         KeyEvent(4294967295u, 44, 4294967295u)}, // each field by its number rules
     };
     for (Case const & test : cases) {
         SCOPED_TRACE(test.text);
@@ -199,10 +215,17 @@ TEST_F(BasicKeyControllerFileTest, KeysSurviveASaveAndGarbageKeepsTheDefaults) {
         EXPECT_EQ(Testing::SystemPath(keys.defaultINIFile().view()), file);
         EXPECT_FALSE(keys.loadKeyOptions()); // no file yet
         keys.setSaveOnChange(true);
-        keys.setKeyOption({String("zoom"), TranslatedString::DirectString("Zoom in"), KeyEvent(90, KeyEvent::CONTROL), 5});
+        keys.setKeyOption(
+            {String("zoom"), TranslatedString::DirectString("Zoom in"), KeyEvent(90, KeyEvent::CONTROL), 5});
     }
     // One line for each option under its id, in table order; the device of a changed key stays.
-    EXPECT_EQ(Testing::ReadAll(file), "zoom=90\x1D" "2\x1D" "0\npan=80\x1D" "1\x1D" "0\nselect=304\x1D" "0\x1D" "0\n");
+    EXPECT_EQ(Testing::ReadAll(file), "zoom=90\x1D"
+                                      "2\x1D"
+                                      "0\npan=80\x1D"
+                                      "1\x1D"
+                                      "0\nselect=304\x1D"
+                                      "0\x1D"
+                                      "0\n");
     {
         SurveyKeys keys;
         EXPECT_TRUE(keys.loadKeyOptions());
@@ -210,7 +233,11 @@ TEST_F(BasicKeyControllerFileTest, KeysSurviveASaveAndGarbageKeepsTheDefaults) {
         EXPECT_EQ(keys.currentKeyMaps()[0].key_event, KeyEvent(90, KeyEvent::CONTROL));
         EXPECT_EQ(keys.currentKeyMaps()[2].device, 2);
     }
-    Testing::WriteAll(file, "zoom=rubbish\npan=\n\x1D\x1D=\nselect\n=305\x1D" "0\x1D" "0\nunknown=1\x1D" "1\x1D" "1\n");
+    Testing::WriteAll(file, "zoom=rubbish\npan=\n\x1D\x1D=\nselect\n=305\x1D"
+                            "0\x1D"
+                            "0\nunknown=1\x1D"
+                            "1\x1D"
+                            "1\n");
     SurveyKeys keys;
     EXPECT_TRUE(keys.loadKeyOptions());
     EXPECT_EQ(keys.currentKeyMaps()[0].key_event, KeyEvent(187, 0));
