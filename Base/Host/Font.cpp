@@ -13,6 +13,9 @@ namespace {
 
 // Two sizes closer than this are the same size.
 constexpr double size_tolerance = 0.001;
+// A size read from text is no size unless it is smaller than this: larger ones mean nothing, and
+// from about 1.8e19 on their text doesn't read back as the same number.
+constexpr double largest_size = 1e9;
 constexpr char embedded_mark = '<';
 
 // The colours of the ANSI foreground codes; each background code, 10 higher, sets the same.
@@ -258,9 +261,8 @@ unsigned int Internal::ReadFontText(StringView const & text, Font & font) {
                 if (letter == size_letters[i]) {
                     double size = 0.0;
                     StringStream<double>::fromString(value, size);
-                    // An infinite size means nothing and wouldn't read back: it is no size.
                     font.setSize(static_cast<Font::Size>(i),
-                                 std::isfinite(size) ? size : std::numeric_limits<double>::quiet_NaN());
+                                 std::fabs(size) < largest_size ? size : std::numeric_limits<double>::quiet_NaN());
                     known = true;
                 }
             }

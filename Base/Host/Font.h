@@ -122,7 +122,7 @@ static_assert(std::is_same_v<TextBlockBuffer, Buffer<TextBlock>>, "LogMessage.h 
 // Tokens separated by ",", each a letter and its value:
 //   A<name>  the application font to start from (written first, read first wherever it stands)
 //   N<name>  the family               L<path>, F<path>  the file (L: the library's path text)
-//   P, X, W, T<number>  the four sizes (see Font::Size)
+//   P, X, W, T<number>  the four sizes (see Font::Size); one of 1e9 or more, or no number, is no size
 //   Q<number>  the quality (a "+" may lead)
 //   C<number>  one colour byte, 0 to 255 (a "+" may lead): red, green, blue, alpha in turn
 //   B, I, U, O, S  bold, italic, underline, overline, strike: on alone, off with "F" behind

@@ -115,8 +115,9 @@ TEST(FontTest, TokenTextRoundTripsAndTakesCaseFromTheApplicationFont) {
 }
 
 TEST(FontTest, TextWithUnknownTokensAndAbsurdValuesReadsWhatItCan) {
-    Font const font = Read("Zfoo,P1e999,X-3.5,C300,C+7,Q+12,Bx,,iT,N,A");
+    Font const font = Read("Zfoo,P1e999,X-3.5,T2e9,C300,C+7,Q+12,Bx,,iT,N,A");
     EXPECT_TRUE(std::isnan(font.size(Font::POINT_SIZE)));
+    EXPECT_TRUE(std::isnan(font.size(Font::LETTER_SPACING)));
     EXPECT_EQ(font.size(Font::PIXEL_SIZE), -3.5);
     EXPECT_EQ(font.color(), RGBColor(255, 7, 254, 0)); // the first byte was out of range
     EXPECT_EQ(font.quality(), 12u);
