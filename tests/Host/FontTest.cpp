@@ -8,9 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace QELTA {
@@ -266,6 +268,29 @@ TEST_F(FontEngineTest, ListenersHearTheirFontUntilRemoved) {
     FontEngine::SetApplicationFont("Body", Font());
     EXPECT_EQ(heard.size(), 1u);
     EXPECT_DEATH(FontEngine::AddFontListener("Unknown", id, [](StringView const &) {}), "Couldn't find key.");
+}
+
+TEST_F(FontEngineTest, ThreadsSetFindAndHearFontsSideBySide) {
+    FontEngine::SetApplicationFont("Body", Font());
+    std::atomic<int> heard{0};
+    FontEngine::AddFontListener("Body", UUID::CreateUUID(), [&heard](StringView const &) { ++heard; });
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([t] {
+            for (int i = 0; i < 50; ++i) {
+                Font font = Named(t % 2 == 0 ? "DejaVu Sans" : "DejaVu Serif", i % 2 == 0);
+                FontEngine::SetApplicationFont("Body", font);
+                FontEngine::SetFontFile("Own " + std::to_string(t), File("<own.ttf"), 0);
+                EXPECT_TRUE(FontEngine::HasApplicationFont("Body"));
+                EXPECT_TRUE(font.findBestFileIfNeeded(false));
+                (void)FontEngine::FindFallbackFont(font, L'\u0627');
+            }
+        });
+    }
+    for (std::thread & thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(heard.load(), 200);
 }
 
 } // namespace
