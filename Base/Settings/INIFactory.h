@@ -56,9 +56,9 @@ class QELTA_BASE_EXPORT INIOption {
 class QELTA_BASE_EXPORT INIFactory {
   public:
     // An option on a plain value or on a Resource<T>; it owns neither. Defined for char, unsigned
-    // int, bool, File, String, Time, TimeSpan, UUID, Vector<64, bool> and RGBColor (declared in
-    // ColorOptions.h). Stores through a Resource compare first and tell the listeners only of a
-    // change; stores into a plain value assign.
+    // int, bool, File, String, Time, TimeSpan, UUID, Vector<64, bool>, RGBColor (declared in
+    // ColorOptions.h) and KeyEvent (declared in KeyEvent.h). Stores through a Resource compare
+    // first and tell the listeners only of a change; stores into a plain value assign.
     template <class T>
     class QELTA_BASE_EXPORT INIObject : public INIOption {
       public:
