@@ -26,7 +26,7 @@ demo:
 	build/release/tools/qelta/qelta demo
 
 # The suites whose code runs on several threads also run under ThreadSanitizer in `make test`.
-TSAN_SUITES := Color Concurrency Failure Files Language Logging Settings Time Units
+TSAN_SUITES := Color Concurrency Failure Files Host Language Logging Settings Time Units
 empty :=
 space := $(empty) $(empty)
 
