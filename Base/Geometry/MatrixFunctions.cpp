@@ -298,6 +298,62 @@ class LUDecomposition {
     unsigned char permutation_[4];
 };
 
+// Sums over pairs of offsets a (of a from-point) and b (of its to-point) from fixed origins: of a,
+// of b, of the products of the components of a with each other (xx, xy, xz, yy, yz, zz) and with
+// those of b.
+struct OffsetSums {
+    double a[3] = {0, 0, 0};
+    double b[3] = {0, 0, 0};
+    double aa[6] = {0, 0, 0, 0, 0, 0};
+    double ab[3][3] = {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}};
+
+    void add(Point const & from, Point const & to, Vector<3, double> const & from_origin,
+             Vector<3, double> const & to_origin) noexcept {
+        double const ax = from[0] - from_origin[0];
+        double const ay = from[1] - from_origin[1];
+        double const az = from[2] - from_origin[2];
+        double const bx = to[0] - to_origin[0];
+        double const by = to[1] - to_origin[1];
+        double const bz = to[2] - to_origin[2];
+        a[0] += ax;
+        a[1] += ay;
+        a[2] += az;
+        b[0] += bx;
+        b[1] += by;
+        b[2] += bz;
+        aa[0] += ax * ax;
+        aa[1] += ax * ay;
+        aa[2] += ax * az;
+        aa[3] += ay * ay;
+        aa[4] += ay * az;
+        aa[5] += az * az;
+        ab[0][0] += ax * bx;
+        ab[0][1] += ax * by;
+        ab[0][2] += ax * bz;
+        ab[1][0] += ay * bx;
+        ab[1][1] += ay * by;
+        ab[1][2] += ay * bz;
+        ab[2][0] += az * bx;
+        ab[2][1] += az * by;
+        ab[2][2] += az * bz;
+    }
+
+    OffsetSums merged(OffsetSums const & other) const noexcept {
+        OffsetSums sum = *this;
+        for (unsigned int k = 0; k < 3; ++k) {
+            sum.a[k] += other.a[k];
+            sum.b[k] += other.b[k];
+            for (unsigned int j = 0; j < 3; ++j) {
+                sum.ab[k][j] += other.ab[k][j];
+            }
+        }
+        for (unsigned int k = 0; k < 6; ++k) {
+            sum.aa[k] += other.aa[k];
+        }
+        return sum;
+    }
+};
+
 } // namespace
 
 Matrix4 MatrixFunctions::FailedFit() noexcept {
@@ -402,45 +458,23 @@ Matrix4 MatrixFunctions::SolveLeastSquaredAffine(Buffer<Point> const & from, Buf
     }
     // One pass over the pairs: sums of the offsets from the first pair, which lies among the
     // points, so that far-off coordinates cancel before they are squared; the sums about the
-    // centroids follow from these exactly as from a second pass.
+    // centroids follow from these exactly as from a second pass. Pairs alternate between two
+    // lanes of sums, which gives the processor two independent chains of additions.
     Vector<3, double> const from_origin = from[0].vector();
     Vector<3, double> const to_origin = to[0].vector();
-    double sa[3] = {0, 0, 0};
-    double sb[3] = {0, 0, 0};
-    double aa[6] = {0, 0, 0, 0, 0, 0}; // xx, xy, xz, yy, yz, zz
-    double ab[3][3] = {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}};
-    for (unsigned int i = 0; i < count; ++i) {
-        double const ax = from[i][0] - from_origin[0];
-        double const ay = from[i][1] - from_origin[1];
-        double const az = from[i][2] - from_origin[2];
-        double const bx = to[i][0] - to_origin[0];
-        double const by = to[i][1] - to_origin[1];
-        double const bz = to[i][2] - to_origin[2];
-        sa[0] += ax;
-        sa[1] += ay;
-        sa[2] += az;
-        sb[0] += bx;
-        sb[1] += by;
-        sb[2] += bz;
-        aa[0] += ax * ax;
-        aa[1] += ax * ay;
-        aa[2] += ax * az;
-        aa[3] += ay * ay;
-        aa[4] += ay * az;
-        aa[5] += az * az;
-        ab[0][0] += ax * bx;
-        ab[0][1] += ax * by;
-        ab[0][2] += ax * bz;
-        ab[1][0] += ay * bx;
-        ab[1][1] += ay * by;
-        ab[1][2] += ay * bz;
-        ab[2][0] += az * bx;
-        ab[2][1] += az * by;
-        ab[2][2] += az * bz;
+    OffsetSums lanes[2];
+    unsigned int pair = 0;
+    for (; pair + 1 < count; pair += 2) {
+        lanes[0].add(from[pair], to[pair], from_origin, to_origin);
+        lanes[1].add(from[pair + 1], to[pair + 1], from_origin, to_origin);
     }
+    if (pair < count) {
+        lanes[0].add(from[pair], to[pair], from_origin, to_origin);
+    }
+    OffsetSums const sums = lanes[0].merged(lanes[1]);
     double const n = static_cast<double>(count);
-    double const ma[3] = {sa[0] / n, sa[1] / n, sa[2] / n};
-    double const mb[3] = {sb[0] / n, sb[1] / n, sb[2] / n};
+    double const ma[3] = {sums.a[0] / n, sums.a[1] / n, sums.a[2] / n};
+    double const mb[3] = {sums.b[0] / n, sums.b[1] / n, sums.b[2] / n};
     constexpr unsigned int symmetric[3][3] = {{0, 1, 2}, {1, 3, 4}, {2, 4, 5}};
 
     // The normal and cross matrices about the centroids, with 1 in the corner of the fourth
@@ -450,8 +484,8 @@ Matrix4 MatrixFunctions::SolveLeastSquaredAffine(Buffer<Point> const & from, Buf
     double largest = 0.0;
     for (unsigned int i = 0; i < 3; ++i) {
         for (unsigned int j = 0; j < 3; ++j) {
-            normal[i][j] = aa[symmetric[i][j]] - n * ma[i] * ma[j];
-            cross[i][j] = ab[i][j] - n * ma[i] * mb[j];
+            normal[i][j] = sums.aa[symmetric[i][j]] - n * ma[i] * ma[j];
+            cross[i][j] = sums.ab[i][j] - n * ma[i] * mb[j];
             largest = std::fmax(largest, std::fabs(normal[i][j]));
         }
     }
