@@ -7,6 +7,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <utility>
 
 namespace QELTA {
 namespace {
@@ -150,6 +151,101 @@ TEST(MatrixFunctionsTest, NoisyPointsFitWithinTolerance) {
     AddNoise(random, affine_options.to_points, 0.01);
     ExpectMatrix(MatrixFunctions::SolveLeastSquaredAffine(affine_options.from_points, affine_options.to_points),
                  sheared, 2e-4, 5e-3);
+}
+
+// The least-squares solution worked another way: two passes in long double (centroids, then the
+// sums about them) and Gauss-Jordan elimination with full pivoting on the 3x3 normal matrix.
+Affine ReferenceAffine(Buffer<Point> const & from, Buffer<Point> const & to) {
+    long double const n = from.size();
+    long double ca[3] = {0, 0, 0};
+    long double cb[3] = {0, 0, 0};
+    for (unsigned int i = 0; i < from.size(); ++i) {
+        for (unsigned int k = 0; k < 3; ++k) {
+            ca[k] += from[i][k];
+            cb[k] += to[i][k];
+        }
+    }
+    for (unsigned int k = 0; k < 3; ++k) {
+        ca[k] /= n;
+        cb[k] /= n;
+    }
+    // [A^T A | A^T B] about the centroids.
+    long double m[3][6] = {};
+    for (unsigned int i = 0; i < from.size(); ++i) {
+        long double const a[3] = {from[i][0] - ca[0], from[i][1] - ca[1], from[i][2] - ca[2]};
+        long double const b[3] = {to[i][0] - cb[0], to[i][1] - cb[1], to[i][2] - cb[2]};
+        for (unsigned int r = 0; r < 3; ++r) {
+            for (unsigned int c = 0; c < 3; ++c) {
+                m[r][c] += a[r] * a[c];
+                m[r][c + 3] += a[r] * b[c];
+            }
+        }
+    }
+    unsigned int order[3] = {0, 1, 2}; // the unknown held in each column
+    for (unsigned int p = 0; p < 3; ++p) {
+        unsigned int best_row = p;
+        unsigned int best_column = p;
+        for (unsigned int r = p; r < 3; ++r) {
+            for (unsigned int c = p; c < 3; ++c) {
+                if (std::fabs(m[r][c]) > std::fabs(m[best_row][best_column])) {
+                    best_row = r;
+                    best_column = c;
+                }
+            }
+        }
+        std::swap(m[p], m[best_row]);
+        for (auto & row : m) {
+            std::swap(row[p], row[best_column]);
+        }
+        std::swap(order[p], order[best_column]);
+        long double const pivot = m[p][p];
+        for (long double & value : m[p]) {
+            value /= pivot;
+        }
+        for (unsigned int r = 0; r < 3; ++r) {
+            if (r != p) {
+                long double const factor = m[r][p];
+                for (unsigned int c = 0; c < 6; ++c) {
+                    m[r][c] -= factor * m[p][c];
+                }
+            }
+        }
+    }
+    // Row p now holds unknown order[p]: the row of X = (A^T A)^-1 A^T B for that from-component,
+    // whose transpose is the linear part.
+    Affine result{};
+    for (unsigned int p = 0; p < 3; ++p) {
+        for (unsigned int row = 0; row < 3; ++row) {
+            result.rows[row][order[p]] = static_cast<double>(m[p][row + 3]);
+        }
+    }
+    for (unsigned int row = 0; row < 3; ++row) {
+        long double moved = 0;
+        for (unsigned int k = 0; k < 3; ++k) {
+            moved += result.rows[row][k] * ca[k];
+        }
+        result.rows[row][3] = static_cast<double>(cb[row] - moved);
+    }
+    return result;
+}
+
+TEST(MatrixFunctionsTest, AffineFitAgreesWithAnExactSolveOnNoisyPoints) {
+    // Counts odd and even, small enough that leaving out or doubling any one pair moves the fit by
+    // far more than the tolerance, and large enough for rounding in the sums to build up; noise
+    // large enough that no pair lies on the transform, and points 2e5 off the origin. The
+    // tolerances are those of MatrixFunctions.h for coordinates of 2e5.
+    std::mt19937_64 random(77);
+    for (unsigned int const count : {4u, 5u, 6u, 7u, 1001u, 200001u}) {
+        SCOPED_TRACE(count);
+        Buffer<Point> from = RandomPoints(random, count);
+        for (Point & p : from) {
+            p = Point(p[0] + 1.0e5, p[1] - 2.0e5, p[2] + 3.0e4);
+        }
+        Options options = Pairs(from, sheared);
+        AddNoise(random, options.to_points, 0.5);
+        ExpectMatrix(MatrixFunctions::SolveLeastSquaredAffine(options.from_points, options.to_points),
+                     ReferenceAffine(options.from_points, options.to_points), 1e-12, 1e-7);
+    }
 }
 
 TEST(MatrixFunctionsTest, IdenticalPointSetsGiveTheIdentity) {
