@@ -387,22 +387,12 @@ Matrix4 MatrixFunctions::SolveBestFitTransform(TransformSolveOptions const & opt
         return FailedFit();
     }
 
-    // The first estimate comes from the first pair with both ends off their centroids, and off the
-    // vertical through them where there is such a pair, so that it has a heading.
-    unsigned int first = count;
-    for (unsigned int i = 0; i < count; ++i) {
-        Direction const a = from[i] - from_centroid;
-        Direction const b = to[i] - to_centroid;
-        if (a.lengthSquared() == 0.0 || b.lengthSquared() == 0.0) {
-            continue;
-        }
-        if (first == count) {
-            first = i;
-        }
-        if (HorizontalLength(a) != 0.0 && HorizontalLength(b) != 0.0) {
-            first = i;
-            break;
-        }
+    // The first estimate comes from the first pair; one with an end on its centroid has no direction
+    // to take it from, so the first pair with both ends off their centroids stands in for it.
+    unsigned int first = 0;
+    while (first < count &&
+           ((from[first] - from_centroid).lengthSquared() == 0.0 || (to[first] - to_centroid).lengthSquared() == 0.0)) {
+        ++first;
     }
     double yaw = 0.0;
     double pitch = 0.0;
@@ -415,7 +405,6 @@ Matrix4 MatrixFunctions::SolveBestFitTransform(TransformSolveOptions const & opt
         Matrix4 const back = YawPitch(start_yaw, start_pitch).inverse();
 
         double yaw_sum = 0.0;
-        double yaw_weight = 0.0;
         double pitch_sum = 0.0;
         double scale_sum = 0.0;
         double weight = 0.0;
@@ -429,15 +418,13 @@ Matrix4 MatrixFunctions::SolveBestFitTransform(TransformSolveOptions const & opt
             double const c_length = c.length();
             double const w = c_length + length;
             scale_sum += w * (c_length / length);
+            // Every angle counts by the pair's whole distance from the centroids, the heading too,
+            // even that of a pair straight above them whose heading is only rounding noise.
+            yaw_sum += w * Wrapped(Azimuth(c) - Azimuth(offset));
             pitch_sum += w * (Elevation(c) - Elevation(offset));
             weight += w;
-            // A heading is only as good as the horizontal distance it is taken over: a pair above or
-            // below the centroids has none, and would add the heading of rounding noise.
-            double const horizontal = HorizontalLength(c) + HorizontalLength(offset);
-            yaw_sum += horizontal * Wrapped(Azimuth(c) - Azimuth(offset));
-            yaw_weight += horizontal;
         }
-        yaw = options.solve_yaw ? (yaw_weight > 0.0 ? yaw_sum / yaw_weight : 0.0) + start_yaw : 0.0;
+        yaw = options.solve_yaw ? yaw_sum / weight + start_yaw : 0.0;
         pitch = options.solve_pitch ? pitch_sum / weight + start_pitch : 0.0;
         scale = options.solve_scale ? scale_sum / weight : 1.0;
     } else if (options.solve_yaw || options.solve_pitch || options.solve_scale) {

@@ -44,13 +44,14 @@ class QELTA_BASE_EXPORT MatrixFunctions {
     // then a translation that carries that centroid onto the centroid of the to-points in the
     // components it may move in (in the others the centroid keeps its place). Angles and scale are
     // averaged over the pairs after a first estimate from the first pair with both ends off their
-    // centroids (and off the vertical through them, where there is one). Each pair is weighted by
-    // its distance from the centroids, the heading by the horizontal distance only; a pair whose
-    // from-point lies on its centroid says nothing about turn or scale and is passed over. A turn
-    // about z, the scale and the move come back exactly from exact points. The pitch is the mean
-    // change of elevation angle, an estimate: a tilt raises the points on one side of the centroid
-    // and lowers those on the other, which a mean partly cancels. A fit that turns or scales fails
-    // when every from-point lies on the centroid.
+    // centroids. Each pair is weighted by its distance from the centroids; a pair whose from-point
+    // lies on its centroid says nothing about turn or scale and is passed over. The heading too is
+    // weighted by the whole distance, so a pair straight above the centroids adds the heading of
+    // rounding noise at full weight: a known flaw of the method, kept as it is. A turn about z, the
+    // scale and the move come back exactly from exact points that lie off the vertical through the
+    // centroids. The pitch is the mean change of elevation angle, an estimate: a tilt raises the
+    // points on one side of the centroid and lowers those on the other, which a mean partly
+    // cancels. A fit that turns or scales fails when every from-point lies on the centroid.
     static Matrix4 SolveBestFitTransform(TransformSolveOptions const & options);
 
     // The affine transform that takes `from` onto `to` with the least sum of squared distances:
