@@ -1,6 +1,8 @@
 // Input expressions by type, and the choice of one from a run-time type description.
 #include "Base/Text/TypeInfo.h"
 
+#include "Base/Text/StringStream.h"
+
 namespace QELTA {
 
 // The largest unsigned short and unsigned int are left out on purpose: they are the Invalid values.
@@ -65,6 +67,54 @@ char const * TypeInfoRegex::ValidRegex(TypeInfo const & info) noexcept {
     default:
         return any_regex;
     }
+}
+
+namespace {
+
+// The seven flags in the order of the fields.
+constexpr bool TypeInfo::*type_flags[] = {&TypeInfo::is_number,    &TypeInfo::is_unsigned,  &TypeInfo::is_float,
+                                          &TypeInfo::extra_flag_1, &TypeInfo::extra_flag_2, &TypeInfo::is_string,
+                                          &TypeInfo::is_bool};
+
+template <class T>
+T ReadSize(StringView const & field) {
+    String text(field); // a terminated copy for the number reader
+    unsigned int value = 0;
+    StringStream<unsigned int>::fromString(text, value);
+    return value == IntegerStringStream<unsigned int>::invalid || value > static_cast<T>(~T(0)) ? T(0)
+                                                                                                : static_cast<T>(value);
+}
+
+} // namespace
+
+void StringStream<TypeInfo>::fromString(StringView const & text, TypeInfo & value) {
+    StringViewBuffer const fields = text.split(',', true);
+    TypeInfo info;
+    unsigned int const count = fields.size();
+    info.total_size = count > 0 ? ReadSize<std::uint32_t>(fields[0]) : 0;
+    info.byte_size = count > 1 ? ReadSize<std::uint16_t>(fields[1]) : 0;
+    info.vector_size = count > 2 ? ReadSize<std::uint16_t>(fields[2]) : 0;
+    for (unsigned int i = 0; i < 7 && i + 3 < count; ++i) {
+        StringView const field = fields[i + 3];
+        char const first = field.isEmpty() ? 0 : field[0];
+        info.*type_flags[i] = first == 'T' || first == 't' || first == '1';
+    }
+    value = info;
+}
+
+void StringStream<TypeInfo>::toString(TypeInfo const & value, StringAllocatingView & out) {
+    StringStream<unsigned int>::toString(value.total_size, out);
+    out.append(',');
+    StringStream<unsigned int>::toString(value.byte_size, out);
+    out.append(',');
+    StringStream<unsigned int>::toString(value.vector_size, out);
+    for (bool TypeInfo::*flag : type_flags) {
+        out.append(value.*flag ? StringView(",T") : StringView(",F"));
+    }
+}
+
+char const * StringStream<TypeInfo>::getValidRegex() noexcept {
+    return TypeInfoRegex::any_regex;
 }
 
 } // namespace QELTA

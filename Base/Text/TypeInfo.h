@@ -5,6 +5,8 @@
 #pragma once
 
 #include "Base/Export.h"
+#include "Base/Text/StringAllocatingView.h"
+#include "Base/Text/StringView.h"
 
 #include <cstdint>
 #include <type_traits>
@@ -64,6 +66,20 @@ struct QELTA_BASE_EXPORT TypeInfoRegex {
     static char const time_span_regex[];
     static char const uuid_regex[];
     static char const any_regex[];
+};
+
+template <class T>
+class StringStream;
+
+// The text form of a TypeInfo, as settings and option descriptions store it: the three sizes in
+// decimal, then the seven flags as "T" or "F", in the order of the fields, joined by ','
+// ("4,4,1,T,F,F,F,F,F,F" for int). A missing or bad size reads as 0 and a missing flag as false.
+template <>
+class QELTA_BASE_EXPORT StringStream<TypeInfo> {
+  public:
+    static void fromString(StringView const & text, TypeInfo & value);
+    static void toString(TypeInfo const & value, StringAllocatingView & out);
+    static char const * getValidRegex() noexcept;
 };
 
 } // namespace QELTA

@@ -200,5 +200,43 @@ TEST(TypeInfoRegexTest, PicksTheExpressionFromTheDescription) {
     }
 }
 
+TEST(TypeInfoTextTest, RoundTripsAndReadsMissingFieldsAsZero) {
+    TypeInfo text_type;
+    text_type.vector_size = 1;
+    text_type.is_string = true;
+    TypeInfo odd;
+    odd.total_size = 70000;
+    odd.byte_size = 65535;
+    odd.extra_flag_1 = true;
+    odd.is_bool = true;
+    for (TypeInfo const & info : {TypeInfo::Of<double>(), TypeInfo::Of<unsigned short>(), text_type, odd, TypeInfo()}) {
+        StringAllocatingView text;
+        StringStream<TypeInfo>::toString(info, text);
+        TypeInfo back;
+        StringStream<TypeInfo>::fromString(text.view(), back);
+        EXPECT_TRUE(back == info) << std::string(text.view().data(), text.view().size());
+    }
+    StringAllocatingView text;
+    StringStream<TypeInfo>::toString(TypeInfo::Of<int>(), text);
+    EXPECT_EQ(std::string(text.view().data(), text.view().size()), "4,4,1,T,F,F,F,F,F,F");
+
+    struct Row {
+        char const * text;
+        TypeInfo expected;
+    };
+    TypeInfo sized;
+    sized.total_size = 8;
+    TypeInfo flagged = sized;
+    flagged.is_number = true;
+    flagged.is_unsigned = true;
+    Row const rows[] = {{"", TypeInfo()}, {"8,x,70000", sized}, {"8,0,0,t,1,N", flagged}, {"-8", TypeInfo()}};
+    for (Row const & row : rows) {
+        SCOPED_TRACE(row.text);
+        TypeInfo read = TypeInfo::Of<double>();
+        StringStream<TypeInfo>::fromString(StringView(row.text), read);
+        EXPECT_TRUE(read == row.expected);
+    }
+}
+
 } // namespace
 } // namespace QELTA
