@@ -89,6 +89,7 @@ class QELTA_BASE_EXPORT Scanner {
     void setHasDelimiter(bool has_delimiter) noexcept { has_delimiter_ = has_delimiter; }
     void setIgnoreEmptyLines(bool ignore) noexcept { ignore_empty_lines_ = ignore; }
     void setIgnoreWhiteSpace(bool ignore) noexcept { ignore_white_space_ = ignore; }
+    bool ignoreWhiteSpace() const noexcept { return ignore_white_space_; }
     void setTimeFormat(StringView const & format) { time_format_ = format; }
 
     // Cursor

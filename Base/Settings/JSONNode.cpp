@@ -1,0 +1,1047 @@
+// JSONNode: the tree, its JSON reader (a loop over an explicit stack that keeps the steps of the
+// recursive grammar and their results exactly), the compact and pretty writers, and the escapes.
+#include "Base/Settings/JSONNode.h"
+
+#include "Base/Failure/Exception.h"
+#include "Base/Files/BufferedScanner.h"
+#include "Base/Files/File.h"
+#include "Base/Files/Scanner.h"
+#include "Base/Language/Internal/Translatable.h"
+#include "Base/Text/StringAllocatingView.h"
+#include "Base/Time/Time.h"
+
+#include <cstring>
+#include <memory>
+#include <ostream>
+
+namespace QELTA {
+namespace {
+
+using Internal::Translatable;
+
+constexpr char error_title[] = "JSON Error";
+constexpr char unexpected_char_label[] = "json_unexpected_char";
+constexpr char unexpected_char_text[] = "Unexpected char: [char] at [file_position]";
+constexpr char duplicate_label[] = "json_unexpected_duplicate";
+constexpr char duplicate_text[] = "JSON already has child of name: [child_name] at [file_position]";
+constexpr char bad_child_label[] = "json_bad_child";
+constexpr char bad_child_text[] = "Name could not be read in as expected at [file_position]";
+constexpr char char_slot[] = "[char]";
+constexpr char child_name_slot[] = "[child_name]";
+constexpr char file_position_slot[] = "[file_position]";
+constexpr char time_format[] = "YYYY/MM/DDTHH:mm:ss.fffZ";
+constexpr char true_text[] = "true";
+constexpr char false_text[] = "false";
+
+// The escapes of the seven bytes (backslash, 0x08, 0x0C, line feed, carriage return, tab, double
+// quote): the letter behind the backslash, or 0 for a byte that is written as it is.
+struct EscapeTable {
+    char letter[256] = {};
+    char plain[256] = {};
+
+    constexpr EscapeTable() {
+        constexpr char plains[] = {'\\', '\b', '\f', '\n', '\r', '\t', '"'};
+        constexpr char letters[] = {'\\', 'b', 'f', 'n', 'r', 't', '"'};
+        for (unsigned int i = 0; i < 7; ++i) {
+            letter[static_cast<unsigned char>(plains[i])] = letters[i];
+            plain[static_cast<unsigned char>(letters[i])] = plains[i];
+        }
+    }
+};
+
+constexpr EscapeTable escapes;
+
+// Appends `text` escaped. Every pattern of the table is one byte long, so the leftmost match of
+// the seven is simply the next byte that has an escape.
+void AppendEscaped(String & out, StringView const & text) {
+    char const * run = text.begin();
+    char const * const end = text.end();
+    for (char const * p = run; p != end; ++p) {
+        char const letter = escapes.letter[static_cast<unsigned char>(*p)];
+        if (letter != 0) {
+            out.append(StringView(run, static_cast<unsigned int>(p - run)));
+            char const pair[2] = {'\\', letter};
+            out.append(StringView(pair, 2));
+            run = p + 1;
+        }
+    }
+    out.append(StringView(run, static_cast<unsigned int>(end - run)));
+}
+
+bool IsBlank(char c) noexcept {
+    return c == ' ' || c == '\t';
+}
+
+bool IsArraySeparator(char c) noexcept {
+    return c == '\t' || c == '\n' || c == '\r' || c == ' ' || c == ',';
+}
+
+bool IsNumberByte(char c) noexcept {
+    return StringView::IsDigit(c) || c == '+' || c == '-' || c == '.' || c == 'E' || c == 'e';
+}
+
+TranslatedString Direct(StringView const & text) {
+    return TranslatedString::DirectString(text);
+}
+
+// An owned child on its way into the tree.
+using Pending = std::unique_ptr<JSONNode>;
+
+} // namespace
+
+// The cursor of the reader over the scanner's current line, kept in registers and handed back to
+// the scanner before each call that reads it. `ended` records that nextLine() failed: the line
+// then counts as used up, so that no step reads the last line twice.
+class JSONNode::Reader {
+  public:
+    explicit Reader(Scanner & scanner) : scanner_(scanner) { load(); }
+    ~Reader() { store(); }
+    Reader(Reader const &) = delete;
+    Reader & operator=(Reader const &) = delete;
+
+    // The steps of the grammar; see the header for their results.
+    bool parseJSON(JSONNode & node);
+    bool parseJSONContent(JSONNode & node, char c);
+    void readChildrenNodes(JSONNode & node);
+    void readArray(JSONNode & node);
+    void readData(JSONNode & node);
+
+  private:
+    // A container being read: its body runs one member a turn. `owned` nodes are not attached yet
+    // (the node of the first frame is the caller's); `separator` is set when the container's
+    // value came from parseJSONContent, whose separator step runs once the body has ended.
+    struct Frame {
+        JSONNode * node;
+        bool array;
+        bool owned;
+        bool separator;
+    };
+
+    enum class Turn { GO_ON, ENDED };
+
+    void load() noexcept {
+        String const & line = scanner_.currentLine();
+        line_ = line.data();
+        size_ = line.size();
+        position_ = scanner_.linePosition();
+    }
+    void store() noexcept { scanner_.setLinePosition(position_); }
+    bool nextLine() {
+        if (!ended_) {
+            store();
+            if (scanner_.nextLine()) {
+                load();
+                return true;
+            }
+            ended_ = true;
+            load();
+        }
+        position_ = size_;
+        return false;
+    }
+
+    // The next byte that is not a blank or tab, taken; line ends and zero bytes move to the next
+    // line; 0 at the end of the input.
+    char nextSignificant();
+    // The next byte that is not a blank or tab, not taken, moving to the next lines as needed; 0
+    // at the end of the input (`ended_` then tells it from a zero byte in the line).
+    char peek();
+    // Steps over tabs, blanks, line ends and commas; false at the end of the input.
+    bool skipSeparators();
+    [[noreturn]] void throwUnexpected(char c);
+
+    // Runs containers until the stack is empty; the first frame's separator result.
+    bool run();
+    Turn objectTurn(Frame const & frame);
+    Turn arrayTurn(Frame const & frame);
+    // parseJSONContent: a scalar is read at once and gives true or false; a container pushes a
+    // frame and gives `pushed`.
+    enum class Content { OPEN, CLOSED, PUSHED };
+    Content content(JSONNode & node, char c, bool owned);
+    // The separator step of parseJSONContent: true when the enclosing container closed.
+    bool separator();
+    void readNumber(JSONNode & node, char first);
+    void readWord(JSONNode & node);
+    // parseJSON on a new child: Content as above, the child still held by `child` unless pushed.
+    Content named(Pending & child);
+
+    Scanner & scanner_;
+    char const * line_ = nullptr;
+    unsigned int size_ = 0;
+    unsigned int position_ = 0;
+    bool ended_ = false;
+    Buffer<Frame> stack_;
+};
+
+char JSONNode::Reader::nextSignificant() {
+    while (true) {
+        while (position_ < size_ && IsBlank(line_[position_])) {
+            ++position_;
+        }
+        if (position_ >= size_) {
+            if (!nextLine()) {
+                return 0;
+            }
+            continue;
+        }
+        char const c = line_[position_++];
+        if (c == '\n' || c == '\r') {
+            continue;
+        }
+        if (c == 0) {
+            if (!nextLine()) {
+                return 0;
+            }
+            continue;
+        }
+        return c;
+    }
+}
+
+char JSONNode::Reader::peek() {
+    while (true) {
+        while (position_ < size_ && IsBlank(line_[position_])) {
+            ++position_;
+        }
+        if (position_ < size_) {
+            return line_[position_];
+        }
+        if (!nextLine()) {
+            return 0;
+        }
+    }
+}
+
+bool JSONNode::Reader::skipSeparators() {
+    while (true) {
+        while (position_ < size_ && IsArraySeparator(line_[position_])) {
+            ++position_;
+        }
+        if (position_ < size_) {
+            return true;
+        }
+        if (!nextLine()) {
+            return false;
+        }
+    }
+}
+
+void JSONNode::Reader::throwUnexpected(char c) {
+    store();
+    throw Exception(UnexpectedCharErrorString(c, scanner_), ErrorTitle(), false);
+}
+
+bool JSONNode::Reader::separator() {
+    char const c = nextSignificant();
+    switch (c) {
+    case 0:
+    case ']':
+    case '}':
+        return true;
+    case ',':
+        return false;
+    default:
+        throwUnexpected(c);
+    }
+}
+
+void JSONNode::Reader::readNumber(JSONNode & node, char first) {
+    node.type_ = NUMBER;
+    node.value_.append(first);
+    bool const skip_blanks = scanner_.ignoreWhiteSpace();
+    unsigned int start = position_;
+    while (position_ < size_) {
+        char const c = line_[position_];
+        if (IsNumberByte(c)) {
+            ++position_;
+        } else if (skip_blanks && IsBlank(c)) {
+            node.value_.append(StringView(line_ + start, position_ - start));
+            start = ++position_;
+        } else {
+            break;
+        }
+    }
+    node.value_.append(StringView(line_ + start, position_ - start));
+}
+
+void JSONNode::Reader::readData(JSONNode & node) {
+    store();
+    node.value_ = scanner_.getNext();
+    while (!node.value_.isEmpty() && node.value_.last() == '\\') {
+        unsigned int run = 0;
+        while (run < node.value_.size() && node.value_[node.value_.size() - 1 - run] == '\\') {
+            ++run;
+        }
+        if (run % 2 == 0) {
+            break; // an escaped backslash: the quote that ended the token was real
+        }
+        node.value_.removeLast();
+        node.value_.append('"');
+        node.value_.append(scanner_.getNext());
+    }
+    load();
+    ConvertFromJSONString(node.value_);
+}
+
+// An unquoted array member: its bytes up to a separator or ']'.
+void JSONNode::Reader::readWord(JSONNode & node) {
+    unsigned int const start = position_;
+    while (position_ < size_ && !IsArraySeparator(line_[position_]) && line_[position_] != ']') {
+        ++position_;
+    }
+    StringView word(line_ + start, position_ - start);
+    word.trimWhiteSpace();
+    if (word == StringView(true_text) || word == StringView(false_text)) {
+        node.type_ = BOOLEAN;
+    } else if (word.isEmpty()) {
+        node.type_ = STRING;
+    } else if (word.isNumeric() || word[0] == '-' || word[0] == '.') {
+        node.type_ = NUMBER;
+    } else {
+        node.type_ = STRING; // unquoted text is accepted as a string
+    }
+    node.value_ = word;
+}
+
+JSONNode::Reader::Content JSONNode::Reader::content(JSONNode & node, char c, bool owned) {
+    switch (c) {
+    case 0:
+    case ',':
+    case ']':
+        return Content::OPEN;
+    case '}':
+        return Content::CLOSED;
+    case '"':
+        node.type_ = STRING;
+        readData(node);
+        break;
+    case '[':
+    case '{':
+        node.type_ = c == '[' ? ARRAY : OBJECT;
+        stack_.add(Frame{&node, c == '[', owned, true});
+        return Content::PUSHED;
+    // The tail of each word is taken on trust: "tree" reads as true.
+    case 't':
+        node.type_ = BOOLEAN;
+        node.value_.append('T');
+        position_ += 3;
+        break;
+    case 'f':
+        node.type_ = BOOLEAN;
+        node.value_.append('F');
+        position_ += 4;
+        break;
+    case 'n':
+        node.type_ = STRING;
+        node.value_.clear();
+        position_ += 3;
+        break;
+    case 'N':
+        node.type_ = NUMBER;
+        node.value_.clear();
+        position_ += 2;
+        break;
+    default:
+        if (StringView::IsDigit(c) || c == '-' || c == '.') {
+            readNumber(node, c);
+        }
+        break; // any other byte leaves the node as it is
+    }
+    return separator() ? Content::CLOSED : Content::OPEN;
+}
+
+JSONNode::Reader::Content JSONNode::Reader::named(Pending & child) {
+    char c = nextSignificant();
+    switch (c) {
+    case ',':
+        return Content::OPEN;
+    case '}':
+        return Content::CLOSED;
+    case ':':
+        c = nextSignificant();
+        break;
+    case '{':
+        break;
+    default:
+        throwUnexpected(c);
+    }
+    Content const result = content(*child, c, true);
+    if (result == Content::PUSHED) {
+        child.release(); // the frame owns it now
+    }
+    return result;
+}
+
+JSONNode::Reader::Turn JSONNode::Reader::objectTurn(Frame const & frame) {
+    JSONNode & node = *frame.node;
+    char c = 0;
+    while (true) {
+        while (position_ < size_) {
+            c = line_[position_];
+            if (c == '"' || c == '{' || c == '[' || c == '}' || c == ']') {
+                break;
+            }
+            ++position_;
+        }
+        if (position_ < size_) {
+            ++position_;
+            break;
+        }
+        if (!nextLine()) {
+            return Turn::ENDED; // an unterminated object ends with the input
+        }
+    }
+    Pending child;
+    Content result;
+    switch (c) {
+    case '"': {
+        scanner_.setDelimiter('"');
+        store();
+        StringView const name = scanner_.getNext();
+        load();
+        if (node.named_children_.contains(name)) {
+            store();
+            throw Exception(DuplicateChildErrorString(name, scanner_), ErrorTitle(), false);
+        }
+        child.reset(new JSONNode(name));
+        result = named(child);
+        break;
+    }
+    case '[':
+    case '{':
+        child.reset(new JSONNode());
+        result = content(*child, c, true);
+        if (result == Content::PUSHED) {
+            child.release();
+        }
+        break;
+    default:
+        return Turn::ENDED;
+    }
+    if (result == Content::PUSHED) {
+        return Turn::GO_ON;
+    }
+    node.attach(child.release());
+    return result == Content::CLOSED ? Turn::ENDED : Turn::GO_ON;
+}
+
+JSONNode::Reader::Turn JSONNode::Reader::arrayTurn(Frame const & frame) {
+    JSONNode & node = *frame.node;
+    if (!skipSeparators()) {
+        return Turn::ENDED;
+    }
+    char const c = peek();
+    if (c == 0 && ended_) {
+        return Turn::ENDED;
+    }
+    if (c == ']') {
+        ++position_;
+        return Turn::ENDED;
+    }
+    Pending child(new JSONNode());
+    if (c == '{' || c == '[') {
+        ++position_;
+        Content const result = content(*child, c, true);
+        if (result == Content::PUSHED) {
+            child.release();
+            return Turn::GO_ON;
+        }
+        node.attach(child.release());
+        return result == Content::CLOSED ? Turn::ENDED : Turn::GO_ON;
+    }
+    if (c == '"') {
+        ++position_;
+        child->type_ = STRING;
+        scanner_.setDelimiter('"');
+        readData(*child);
+        scanner_.setDelimiter(0);
+    } else {
+        readWord(*child);
+    }
+    node.attach(child.release());
+    return Turn::GO_ON;
+}
+
+bool JSONNode::Reader::run() {
+    try {
+        while (true) {
+            Frame const frame = stack_.last();
+            Turn const turn = frame.array ? arrayTurn(frame) : objectTurn(frame);
+            if (turn == Turn::GO_ON) {
+                continue;
+            }
+            // The container at the top has ended; each that its separator closes ends too.
+            while (true) {
+                Frame const done = stack_.last();
+                bool const closed = done.separator && separator();
+                stack_.removeLast();
+                if (stack_.isEmpty()) {
+                    return closed;
+                }
+                stack_.last().node->attach(done.node);
+                if (!closed) {
+                    break;
+                }
+            }
+        }
+    } catch (...) {
+        for (Frame const & frame : stack_) {
+            if (frame.owned) {
+                delete frame.node;
+            }
+        }
+        stack_.clear();
+        throw;
+    }
+}
+
+bool JSONNode::Reader::parseJSON(JSONNode & node) {
+    char c = nextSignificant();
+    switch (c) {
+    case ',':
+        return false;
+    case '}':
+        return true;
+    case ':':
+        c = nextSignificant();
+        break;
+    case '{':
+        break;
+    default:
+        throwUnexpected(c);
+    }
+    return parseJSONContent(node, c);
+}
+
+bool JSONNode::Reader::parseJSONContent(JSONNode & node, char c) {
+    Content const result = content(node, c, false);
+    if (result == Content::PUSHED) {
+        return run();
+    }
+    return result == Content::CLOSED;
+}
+
+void JSONNode::Reader::readChildrenNodes(JSONNode & node) {
+    stack_.add(Frame{&node, false, false, false});
+    run();
+}
+
+void JSONNode::Reader::readArray(JSONNode & node) {
+    stack_.add(Frame{&node, true, false, false});
+    run();
+}
+
+// Construction and the tree
+
+JSONNode::JSONNode(StringView const & name) : name_(name), type_(OBJECT) {}
+
+void JSONNode::CloneChildren(JSONNode const & from, JSONNode & to) {
+    struct Pair {
+        JSONNode const * from;
+        JSONNode * to;
+    };
+    Buffer<Pair> work;
+    work.add(Pair{&from, &to});
+    while (!work.isEmpty()) {
+        Pair const pair = work.last();
+        work.removeLast();
+        for (JSONNode const * child : pair.from->children_) {
+            auto * const copy = new JSONNode(child->name_.view());
+            copy->type_ = child->type_;
+            copy->value_ = child->value_;
+            pair.to->attach(copy);
+            work.add(Pair{child, copy});
+        }
+    }
+}
+
+// The constructors that read or copy delegate first, so that a node left by a fault or a failed
+// allocation is complete and its destructor frees the children read so far.
+
+JSONNode::JSONNode(JSONNode const & other) : JSONNode(other.name_.view()) {
+    value_ = other.value_;
+    type_ = other.type_;
+    CloneChildren(other, *this);
+}
+
+JSONNode::JSONNode(JSONNode && other) noexcept
+    : children_(std::move(other.children_)), named_children_(std::move(other.named_children_)), name_(other.name_),
+      value_(std::move(other.value_)), type_(other.type_) {
+    other.type_ = ROOT;
+}
+
+JSONNode & JSONNode::operator=(JSONNode const & other) {
+    // Everything is copied before this node's children go, since `other` may be one of them.
+    JSONNode copy;
+    CloneChildren(other, copy);
+    copy.value_ = other.value_;
+    copy.type_ = other.type_ == ROOT ? OBJECT : other.type_;
+    deleteChildren();
+    children_ = std::move(copy.children_);
+    named_children_ = std::move(copy.named_children_);
+    value_ = std::move(copy.value_);
+    type_ = copy.type_;
+    return *this;
+}
+
+JSONNode::~JSONNode() {
+    deleteChildren();
+}
+
+void JSONNode::deleteChildren() noexcept {
+    named_children_.clear();
+    Buffer<JSONNode *> doomed(std::move(children_));
+    // Each node's children join the list before it is deleted, so no destructor recurses.
+    while (!doomed.isEmpty()) {
+        JSONNode * const node = doomed.last();
+        doomed.removeLast();
+        for (JSONNode * child : node->children_) {
+            doomed.add(child);
+        }
+        node->children_.clear();
+        node->named_children_.clear();
+        delete node;
+    }
+}
+
+void JSONNode::attach(JSONNode * child) {
+    children_.add(child);
+    if (!child->name_.isEmpty()) {
+        named_children_.emplace(child->name_.view(), child);
+    }
+}
+
+JSONNode::JSONNode(Scanner & scanner) : JSONNode() {
+    scanner.setIgnoreEmptyLines(true);
+    if (!scanner.hasNext()) {
+        return;
+    }
+    unsigned int const brace = scanner.currentLine().indexOf('{', scanner.linePosition());
+    scanner.setLinePosition(brace == String::not_found ? scanner.getLineLength() : brace + 1);
+    readChildrenNodes(scanner);
+}
+
+JSONNode::JSONNode(File & file) : JSONNode() {
+    Scanner scanner(file, '|', File::READ_TEXT);
+    scanner.setIgnoreEmptyLines(true);
+    while (scanner.nextLine()) {
+        if (!scanner.currentLine().isEmpty()) {
+            unsigned int const brace = scanner.currentLine().indexOf('{');
+            scanner.setLinePosition(brace == String::not_found ? scanner.getLineLength() : brace + 1);
+            scanner.setDelimiter('"');
+            readChildrenNodes(scanner);
+            return;
+        }
+    }
+}
+
+JSONNode::JSONNode(String const & name, StringView const & text) : JSONNode(name.view()) {
+    if (text.isEmpty()) {
+        return;
+    }
+    String pattern;
+    pattern.append('"').append(name.view()).append('"').append(':');
+    unsigned int const found = text.indexOf(pattern.view());
+    if (found == StringView::not_found) {
+        return;
+    }
+    Scanner scanner(text, '|');
+    scanner.setLinePosition(found + pattern.size() - 1);
+    scanner.setDelimiter('"');
+    parseJSON(scanner);
+}
+
+JSONNode JSONNode::ParseText(StringView const & text) {
+    BufferedScanner scanner(text, '|');
+    scanner.setIgnoreEmptyLines(true);
+    JSONNode node;
+    while (scanner.nextLine()) {
+        if (!scanner.currentLine().isEmpty()) {
+            unsigned int const brace = scanner.currentLine().indexOf('{');
+            scanner.setLinePosition(brace == String::not_found ? scanner.getLineLength() : brace + 1);
+            scanner.setDelimiter('"');
+            node.readChildrenNodes(scanner);
+            break;
+        }
+    }
+    return node;
+}
+
+bool JSONNode::parseJSON(Scanner & scanner) {
+    Reader reader(scanner);
+    return reader.parseJSON(*this);
+}
+
+bool JSONNode::parseJSONContent(char c, Scanner & scanner) {
+    Reader reader(scanner);
+    return reader.parseJSONContent(*this, c);
+}
+
+void JSONNode::readChildrenNodes(Scanner & scanner) {
+    Reader reader(scanner);
+    reader.readChildrenNodes(*this);
+}
+
+void JSONNode::readData(Scanner & scanner) {
+    Reader reader(scanner);
+    reader.readData(*this);
+}
+
+void JSONNode::readArray(Scanner & scanner) {
+    Reader reader(scanner);
+    reader.readArray(*this);
+}
+
+// Access
+
+JSONNode & JSONNode::operator[](StringView const & name) {
+    auto const found = named_children_.find(name);
+    if (found != named_children_.end()) {
+        return *found->value();
+    }
+    return createChildNode(name, OBJECT);
+}
+
+JSONNode const & JSONNode::operator[](StringView const & name) const {
+    return *named_children_.at(name);
+}
+
+bool JSONNode::hasNode(StringView const & name) const {
+    return named_children_.contains(name);
+}
+
+bool JSONNode::isTrue() const noexcept {
+    char const first = value_.isEmpty() ? 0 : value_[0];
+    return first == 'T' || first == 't' || first == '1';
+}
+
+JSONNode & JSONNode::createChildNode(NodeType type) {
+    auto * const child = new JSONNode();
+    child->type_ = type;
+    children_.add(child);
+    return *child;
+}
+
+JSONNode & JSONNode::createChildNode(StringView const & name, NodeType type) {
+    auto * const child = new JSONNode(name);
+    child->type_ = type;
+    attach(child);
+    return *child;
+}
+
+void JSONNode::remove(StringView const & name) {
+    if (name.isEmpty() || named_children_.erase(name) == 0) {
+        return;
+    }
+    for (unsigned int i = children_.size(); i-- > 0;) {
+        if (children_[i]->name_.view() == name) {
+            JSONNode * const child = children_[i];
+            children_.removeIndex(i);
+            delete child;
+        }
+    }
+}
+
+JSONNode & JSONNode::operator=(StringView const & text) {
+    type_ = STRING;
+    value_ = text;
+    return *this;
+}
+
+JSONNode & JSONNode::operator=(Time const & time) {
+    type_ = STRING;
+    StringAllocatingView text;
+    time.appendTo(text, false, time_format);
+    value_ = text.view();
+    return *this;
+}
+
+bool operator==(JSONNode const & a, JSONNode const & b) {
+    struct Pair {
+        JSONNode const * a;
+        JSONNode const * b;
+    };
+    Buffer<Pair> work;
+    work.add(Pair{&a, &b});
+    while (!work.isEmpty()) {
+        Pair const pair = work.last();
+        work.removeLast();
+        JSONNode const & x = *pair.a;
+        JSONNode const & y = *pair.b;
+        if (x.type_ != y.type_ || x.name_.view() != y.name_.view() || x.children_.size() != y.children_.size()) {
+            return false;
+        }
+        if (x.type_ == JSONNode::BOOLEAN ? x.isTrue() != y.isTrue() : x.value_.view() != y.value_.view()) {
+            return false;
+        }
+        for (unsigned int i = 0; i < x.children_.size(); ++i) {
+            work.add(Pair{x.children_[i], y.children_[i]});
+        }
+    }
+    return true;
+}
+
+// Writing
+
+namespace {
+
+// Appends a scalar's text; false for a container.
+bool AppendScalar(String & out, JSONNode const & node) {
+    switch (node.type()) {
+    case JSONNode::NUMBER:
+        out.append(node.value().view());
+        return true;
+    case JSONNode::BOOLEAN:
+        out.append(node.isTrue() ? StringView(true_text) : StringView(false_text));
+        return true;
+    case JSONNode::STRING:
+        out.append('"');
+        AppendEscaped(out, node.value().view());
+        out.append('"');
+        return true;
+    default:
+        return false;
+    }
+}
+
+void AppendName(String & out, JSONNode const & node, bool pretty) {
+    if (node.type() != JSONNode::ROOT && !node.nodeName().isEmpty()) {
+        out.append('"');
+        AppendEscaped(out, node.nodeName().view());
+        out.append(pretty ? StringView("\": ") : StringView("\":"));
+    }
+}
+
+// A container being written and the next of its children.
+struct WriteFrame {
+    JSONNode const * node;
+    unsigned int next;
+    unsigned int tabs;
+};
+
+void OpenCompact(String & out, JSONNode const & node, Buffer<WriteFrame> & stack) {
+    if (node.type() == JSONNode::ARRAY) {
+        out.append('[');
+        if (!node.value().isEmpty()) {
+            out.append(node.value().view());
+            if (node.childCount() != 0) {
+                out.append(',');
+            }
+        }
+    } else {
+        out.append('{');
+    }
+    stack.add(WriteFrame{&node, 0, 0});
+}
+
+void CloseCompact(String & out, JSONNode const & node) {
+    bool const array = node.type() == JSONNode::ARRAY;
+    bool const bare = array ? node.value().isEmpty() && node.childCount() == 0 : node.childCount() == 0;
+    if (bare) {
+        out.append(array ? ']' : '}');
+    } else {
+        out[out.size() - 1] = array ? ']' : '}';
+    }
+}
+
+void WriteCompact(String & out, JSONNode const & top, bool with_name) {
+    if (with_name) {
+        AppendName(out, top, false);
+    }
+    if (AppendScalar(out, top)) {
+        return;
+    }
+    Buffer<WriteFrame> stack;
+    OpenCompact(out, top, stack);
+    while (!stack.isEmpty()) {
+        WriteFrame & frame = stack.last();
+        JSONNode const & node = *frame.node;
+        if (frame.next == node.childCount()) {
+            CloseCompact(out, node);
+            stack.removeLast();
+            if (!stack.isEmpty()) {
+                out.append(',');
+            }
+            continue;
+        }
+        JSONNode const & child = node[frame.next++];
+        if (node.type() != JSONNode::ARRAY) {
+            AppendName(out, child, false); // array members are written without names
+        }
+        if (AppendScalar(out, child)) {
+            out.append(',');
+        } else {
+            OpenCompact(out, child, stack);
+        }
+    }
+}
+
+void OpenPretty(String & out, JSONNode const & node, unsigned int tabs, Buffer<WriteFrame> & stack) {
+    JSONNode::WriteTabs(out, tabs);
+    AppendName(out, node, true);
+    if (AppendScalar(out, node)) {
+        return;
+    }
+    if (node.type() == JSONNode::ARRAY) {
+        out.append('[');
+        out.append(node.value().view());
+        if (!node.value().isEmpty() && node.childCount() != 0) {
+            out.append(',');
+        }
+    } else {
+        out.append('{');
+    }
+    stack.add(WriteFrame{&node, 0, tabs});
+}
+
+void ClosePretty(String & out, JSONNode const & node, unsigned int tabs) {
+    bool const array = node.type() == JSONNode::ARRAY;
+    if (node.childCount() != 0) {
+        out[out.size() - 1] = '\n';
+        JSONNode::WriteTabs(out, tabs);
+    } else if (!array) {
+        out.append('\n'); // an empty object takes two lines
+        JSONNode::WriteTabs(out, tabs);
+    }
+    out.append(array ? ']' : '}');
+}
+
+void WritePretty(String & out, JSONNode const & top, unsigned int tabs) {
+    Buffer<WriteFrame> stack;
+    OpenPretty(out, top, tabs, stack);
+    while (!stack.isEmpty()) {
+        WriteFrame & frame = stack.last();
+        JSONNode const & node = *frame.node;
+        if (frame.next == node.childCount()) {
+            unsigned int const node_tabs = frame.tabs;
+            stack.removeLast();
+            ClosePretty(out, node, node_tabs);
+            if (!stack.isEmpty()) {
+                out.append(',');
+            }
+            continue;
+        }
+        JSONNode const & child = node[frame.next++];
+        unsigned int const child_tabs = stack.size() <= JSONNode::max_pretty_depth ? frame.tabs + 1 : frame.tabs;
+        out.append('\n');
+        unsigned int const depth = stack.size();
+        OpenPretty(out, child, child_tabs, stack);
+        if (stack.size() == depth) {
+            out.append(','); // a scalar
+        }
+    }
+}
+
+void WriteToFile(File & file, String const & text) {
+    bool const opened = !file.isOpen();
+    if (opened) {
+        file.open(File::WRITE_TEXT_TEMP);
+    }
+    file << text.view();
+    if (opened) {
+        file.close();
+    }
+}
+
+} // namespace
+
+void JSONNode::write(String & out) const {
+    WriteCompact(out, *this, true);
+}
+
+void JSONNode::write(File & file) const {
+    String text;
+    write(text);
+    WriteToFile(file, text);
+}
+
+void JSONNode::write(std::ostream & out) const {
+    String text;
+    write(text);
+    out.write(text.data(), text.size());
+}
+
+void JSONNode::writePretty(String & out, unsigned int tabs) const {
+    WritePretty(out, *this, tabs);
+}
+
+void JSONNode::writePretty(File & file) const {
+    String text;
+    writePretty(text, 0);
+    WriteToFile(file, text);
+}
+
+void JSONNode::writePretty(std::ostream & out) const {
+    String text;
+    writePretty(text, 0);
+    out.write(text.data(), text.size());
+}
+
+void JSONNode::writeValue(String & out) const {
+    WriteCompact(out, *this, false);
+}
+
+void JSONNode::WriteTabs(String & out, unsigned int tabs) {
+    for (unsigned int i = 0; i < tabs; ++i) {
+        out.append('\t');
+    }
+}
+
+void JSONNode::ConvertToJSONString(String & text) {
+    String escaped;
+    AppendEscaped(escaped, text.view());
+    text = std::move(escaped);
+}
+
+void JSONNode::ConvertFromJSONString(String & text) {
+    char * const data = text.data();
+    unsigned int const size = text.size();
+    auto const * const first = static_cast<char *>(std::memchr(data, '\\', size));
+    if (first == nullptr) {
+        return;
+    }
+    // Each escape is a backslash and a letter, so the leftmost match of the seven is the next
+    // backslash that a letter of the table follows; a lone backslash stays.
+    unsigned int write = static_cast<unsigned int>(first - data);
+    unsigned int read = write;
+    while (read < size) {
+        char const c = data[read];
+        if (c == '\\' && read + 1 < size) {
+            char const plain = escapes.plain[static_cast<unsigned char>(data[read + 1])];
+            if (plain != 0) {
+                data[write++] = plain;
+                read += 2;
+                continue;
+            }
+        }
+        data[write++] = c;
+        ++read;
+    }
+    text.setSize(write);
+}
+
+TranslatedString JSONNode::UnexpectedCharErrorString(char c, Scanner const & scanner) {
+    TranslatedString text = Translatable(unexpected_char_label, unexpected_char_text);
+    text.replace(char_slot, Direct(StringView(&c, 1)));
+    text.replace(file_position_slot, scanner.getDebugPosition());
+    return text;
+}
+
+TranslatedString JSONNode::DuplicateChildErrorString(StringView const & name, Scanner const & scanner) {
+    TranslatedString text = Translatable(duplicate_label, duplicate_text);
+    text.replace(child_name_slot, Direct(name));
+    text.replace(file_position_slot, scanner.getDebugPosition());
+    return text;
+}
+
+TranslatedString JSONNode::BadChildErrorString(Scanner const & scanner) {
+    TranslatedString text = Translatable(bad_child_label, bad_child_text);
+    text.replace(file_position_slot, scanner.getDebugPosition());
+    return text;
+}
+
+TranslatedString JSONNode::ErrorTitle() {
+    return Translatable(error_title);
+}
+
+} // namespace QELTA
