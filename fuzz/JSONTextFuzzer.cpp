@@ -1,0 +1,42 @@
+// Fuzz target: the JSON reader. The bytes are read as a JSON file, searched for the member "a" as
+// a larger text is, and taken as a string to escape and unescape. Every tree is written back
+// compact and pretty. Nothing may read outside its data, loop forever, overflow the stack or
+// raise anything but the reader's "JSON Error"; escaping and unescaping must give the text back.
+#include "Base/Failure/Exception.h"
+#include "Base/Settings/JSONNode.h"
+#include "Base/Text/String.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+using namespace QELTA;
+
+void WriteBothWays(JSONNode const & node) {
+    String out;
+    node.write(out);
+    node.writePretty(out, 0);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
+    StringView const text(reinterpret_cast<char const *>(data), static_cast<unsigned int>(size));
+    try {
+        WriteBothWays(JSONNode::ParseText(text));
+    } catch (Exception const &) {
+    }
+    try {
+        WriteBothWays(JSONNode(String("a"), text));
+    } catch (Exception const &) {
+    }
+    String const original(text);
+    String escaped(text);
+    JSONNode::ConvertToJSONString(escaped);
+    JSONNode::ConvertFromJSONString(escaped);
+    if (escaped.view() != original.view()) {
+        std::abort();
+    }
+    return 0;
+}
