@@ -108,6 +108,9 @@ void AddFormulasCommand(CLI::App & qelta);
 void AddKeyCommand(CLI::App & qelta);
 void AddFontCommand(CLI::App & qelta);
 void AddFitCommand(CLI::App & qelta);
+void AddJsonCommand(CLI::App & qelta);
+void AddYamlCommand(CLI::App & qelta);
+void AddValidateCommand(CLI::App & qelta);
 
 // The folder of this tour's files, made on first use and removed when the tour ends: each run has
 // its own, so that tours may run side by side.
@@ -139,5 +142,7 @@ void DemoColour();
 void DemoKey();
 void DemoFont();
 void DemoFit();
+void DemoJson();
+void DemoValidate();
 
 } // namespace QELTA::Tool

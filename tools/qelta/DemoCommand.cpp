@@ -35,6 +35,8 @@ int RunDemo() {
     DemoFolders();
     DemoCsv();
     DemoIni();
+    DemoJson();
+    DemoValidate();
     DemoTranslate();
     DemoBinary();
     DemoModules();
@@ -86,6 +88,9 @@ void AddDemoCommand(CLI::App & qelta) {
                "  folders  the system's folders and the folder variables of stored paths\n"
                "  csv      delimited text cut into typed fields, with quotes and empty values\n"
                "  ini      a settings file saved, changed and read back\n"
+               "  json     a YAML settings file read and written back as JSON, a located fault, and\n"
+               "           an option group as JSON\n"
+               "  validate names, paths and typed values checked by the library's expressions\n"
                "  translate a text and a number shown in a second language\n"
                "  binary   a table packed into compressed blocks, a shared string table, the ratio\n"
                "  modules  the sample plug-in module beside qelta, loaded and driven through its stages\n"
