@@ -25,6 +25,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <memory>
 
 namespace QELTA {
 
@@ -112,14 +113,16 @@ class QELTA_BASE_EXPORT JSONNode {
     // All children.
     unsigned int childCount() const noexcept { return children_.size(); }
     // The named children only: an array has a childCount and a size of 0.
-    unsigned int size() const noexcept { return static_cast<unsigned int>(named_children_.size()); }
+    unsigned int size() const noexcept {
+        return named_children_ ? static_cast<unsigned int>(named_children_->size()) : 0;
+    }
     // No value and no named child: an array of unnamed children counts as empty.
-    bool isEmpty() const noexcept { return value_.isEmpty() && named_children_.isEmpty(); }
+    bool isEmpty() const noexcept { return value_.isEmpty() && size() == 0; }
 
     using NameTable = Dictionary<StringView, JSONNode *>;
     // The named children in table order (not document order); entries are (name, child).
-    NameTable::const_iterator begin() const noexcept { return named_children_.begin(); }
-    NameTable::const_iterator end() const noexcept { return named_children_.end(); }
+    NameTable::const_iterator begin() const noexcept { return names().begin(); }
+    NameTable::const_iterator end() const noexcept { return names().end(); }
     Buffer<JSONNode *> const & children() const noexcept { return children_; }
 
     String const & nodeName() const noexcept { return name_; }
@@ -213,10 +216,15 @@ class QELTA_BASE_EXPORT JSONNode {
     static void CloneChildren(JSONNode const & from, JSONNode & to);
     // Appends `child`, owned from now on, and enters its name unless it is empty or taken.
     void attach(JSONNode * child);
+    // The child of that name, or null.
+    JSONNode * findNamed(StringView const & name) const noexcept;
+    // The name table; a shared empty one while no child has a name.
+    NameTable const & names() const noexcept;
 
     Buffer<JSONNode *> children_;
-    // Keyed by views of the children's own names.
-    NameTable named_children_;
+    // Keyed by views of the children's own names; made with the first named child, so that the
+    // many scalar nodes of a document stay small.
+    std::unique_ptr<NameTable> named_children_;
     String name_;
     String value_;
     NodeType type_ = ROOT;
