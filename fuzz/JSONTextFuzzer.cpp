@@ -1,8 +1,11 @@
 // Fuzz target: the JSON reader. The bytes are read as a JSON file, searched for the member "a" as
 // a larger text is, and taken as a string to escape and unescape. Every tree is written back
-// compact and pretty. Nothing may read outside its data, loop forever, overflow the stack or
-// raise anything but the reader's "JSON Error"; escaping and unescaping must give the text back.
+// compact and pretty, and read as an option group twice (new options, then known ones), which is
+// written back in both its forms. Nothing may read outside its data, loop forever, overflow the
+// stack or raise anything but the reader's "JSON Error"; escaping and unescaping must give the
+// text back.
 #include "Base/Failure/Exception.h"
+#include "Base/Settings/GenericOption.h"
 #include "Base/Settings/JSONNode.h"
 #include "Base/Text/String.h"
 
@@ -24,7 +27,13 @@ void WriteBothWays(JSONNode const & node) {
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     StringView const text(reinterpret_cast<char const *>(data), static_cast<unsigned int>(size));
     try {
-        WriteBothWays(JSONNode::ParseText(text));
+        JSONNode const node = JSONNode::ParseText(text);
+        WriteBothWays(node);
+        GenericOptionGroup group;
+        group.fromJSONNode(node);
+        group.fromJSONNode(node);
+        WriteBothWays(group.toJSONNode(false));
+        WriteBothWays(group.toJSONNode(true));
     } catch (Exception const &) {
     }
     try {
