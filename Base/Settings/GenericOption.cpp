@@ -4,6 +4,7 @@
 #include "Base/Language/Internal/Translatable.h"
 #include "Base/Text/StringAllocatingView.h"
 #include "Base/Text/StringStream.h"
+#include "Base/Units/UnitManager.h"
 
 #include <cmath>
 
@@ -35,11 +36,6 @@ constexpr char const * delimiter_choices[][2] = {
 };
 constexpr char one_character_regex[] = "^.$";
 constexpr char folder_pattern[] = "\\";
-
-GenericOptionGroup::UnitLookup & UnitLookupFunction() {
-    static GenericOptionGroup::UnitLookup lookup = nullptr;
-    return lookup;
-}
 
 // The text a person sees; the copy keeps the translation cache of the original untouched.
 String Shown(TranslatedString text) {
@@ -154,8 +150,8 @@ GenericOption OptionFromNode(StringView const & key, JSONNode const & member, St
                 GenericOption::Choice(TranslatedString::DirectString(choice->value()), choice->nodeName()));
         }
     }
-    if (member.hasNode(unit_key) && UnitLookupFunction() != nullptr) {
-        option.unit = UnitLookupFunction()(member[unit_key].value());
+    if (member.hasNode(unit_key)) {
+        option.unit = UnitManager::DefaultManager().unit(member[unit_key].value().view());
     }
     ReadFlag(member, is_editable_key, option.is_editable);
     ReadFlag(member, is_viewable_key, option.is_viewable);
@@ -320,10 +316,6 @@ void GenericOptionGroup::fromJSONNode(JSONNode const & node) {
         options_.emplace(String(key), OptionFromNode(key, *member, text));
         order_.add(String(key));
     }
-}
-
-void GenericOptionGroup::SetUnitLookup(UnitLookup lookup) noexcept {
-    UnitLookupFunction() = lookup;
 }
 
 bool operator==(GenericOptionGroup const & a, GenericOptionGroup const & b) {

@@ -123,11 +123,6 @@ class QELTA_BASE_EXPORT GenericOptionGroup {
     TranslatedString const & name() const noexcept { return name_; }
     String const & id() const noexcept { return id_; }
 
-    // How a unit's name becomes a unit when an option is read from JSON: the unit manager
-    // installs its lookup here. Until one is installed, every name gives a null unit.
-    using UnitLookup = ConstPointer<Unit> (*)(StringView const & name);
-    static void SetUnitLookup(UnitLookup lookup) noexcept;
-
   protected:
     Dictionary<String, GenericOption> options_;
     Buffer<String> order_;

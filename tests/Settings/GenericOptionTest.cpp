@@ -4,6 +4,7 @@
 
 #include "Base/Files/File.h"
 #include "Base/Language/Translator.h"
+#include "Base/Units/UnitManager.h"
 
 #include "tests/Files/TempFolderFixture.h"
 
@@ -98,6 +99,20 @@ TEST(GenericOptionTest, RebuildsAGroupFromItsFullForm) {
     EXPECT_EQ(Std(delimiter.description.englishDefine()), "Between the fields");
     EXPECT_FALSE(rebuilt.getOption(StringView("folder")).is_viewable);
     EXPECT_EQ(Std(rebuilt.getOption(StringView("folder")).icon), "folder.png");
+
+    // A unit goes out as its name and comes back through the unit manager.
+    GenericOptionGroup measured(Label("M"), "m");
+    GenericOption depth("depth", Label("Depth"), "2");
+    depth.unit = UnitManager::DefaultManager().unit(StringView("feet"));
+    ASSERT_TRUE(depth.unit);
+    measured.addOption(depth);
+    JSONNode const form = measured.toJSONNode(false);
+    EXPECT_EQ(Std(form["options"]["depth"]["unit"].value()), "feet");
+    GenericOptionGroup remeasured;
+    remeasured.fromJSONNode(form);
+    ConstPointer<Unit> const unit = remeasured.getOption(StringView("depth")).unit;
+    ASSERT_TRUE(unit);
+    EXPECT_EQ(Std(unit->name()), "feet");
 }
 
 TEST(GenericOptionTest, ValuesFromJSONChangeOnlyTheValuesOfKnownOptions) {
