@@ -89,6 +89,10 @@ class QELTA_BASE_EXPORT FilePlatform {
     // Sets the last access time and leaves the modification time alone.
     static bool SetAccessTime(StringView const & path, Time const & accessed) noexcept;
 
+    // The path in the system's own form, for the libraries and standard streams that open files
+    // by name themselves (zlib's gzip files, minizip, file streams). Empty for a path that holds a
+    // zero byte, so that opening it fails.
+    static String SystemPath(StringView const & path);
     // Opens a stream in the C library's mode ("rb", "w", "ab+", ...), not inherited by child
     // processes. Null on failure, with the error number in `error`.
     static std::FILE * OpenStream(StringView const & path, char const * mode, int & error) noexcept;

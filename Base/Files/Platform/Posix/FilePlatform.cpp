@@ -466,6 +466,14 @@ bool FilePlatform::SetAccessTime(StringView const & path, Time const & accessed)
     return utimensat(AT_FDCWD, system.c_str(), times, 0) == 0;
 }
 
+String FilePlatform::SystemPath(StringView const & path) {
+    std::string system;
+    if (!ToSystem(path, system)) {
+        return String();
+    }
+    return String(system);
+}
+
 std::FILE * FilePlatform::OpenStream(StringView const & path, char const * mode, int & error) noexcept {
     std::string system;
     if (!ToSystem(path, system) || system.empty()) {
