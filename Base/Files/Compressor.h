@@ -1,5 +1,6 @@
-// Compressor: one block's bytes turned into what goes to disk and back (deflate through zlib), and
-// the string table that lets equal texts of a whole file be stored once.
+// Compressor: one block's bytes turned into what goes to disk and back (deflate through zlib), the
+// string table that lets equal texts of a whole file be stored once, and files and folders packed
+// into zip archives and unpacked again (through minizip).
 //
 // Compressor is all static and owns nothing: a BinaryCompressionObject points at buffers and at a
 // string table that its caller owns (BinaryFile keeps the table). CompressData and DecompressData
@@ -8,12 +9,16 @@
 // DecompressData read the table without a lock, which is safe because a table is complete before
 // it is read from. Failures raise an Exception titled "Compression Error" with the text of zlib's
 // code; a block whose sizes or table offsets do not fit its buffers raises the data error, and its
-// target is cleared to zeros rather than written past its end.
+// target is cleared to zeros rather than written past its end. The zip functions work on the
+// caller's thread and files only; how they fail is told at each.
 #pragma once
 
 #include "Base/Export.h"
+#include "Base/Files/ArchiveExtraction.h"
+#include "Base/Files/File.h"
 #include "Base/Geometry/Bounds.h"
 #include "Base/Language/TranslatedString.h"
+#include "Base/Logging/InfoPipe.h"
 #include "Base/Text/Buffer.h"
 #include "Base/Text/ConstPointer.h"
 #include "Base/Text/Dictionary.h"
@@ -26,6 +31,9 @@
 #include <cstdint>
 
 namespace QELTA {
+
+class PasswordString;
+struct Module;
 
 // How a block is stored. The three deflate modes all deflate at level 1; the byte only records
 // which was asked for. Values without a name (14 among them, see Compressor) stay readable as
@@ -158,6 +166,46 @@ class QELTA_BASE_EXPORT Compressor {
     static void ThrowOnZLibError(int code);
     // The same for a code known to be a failure; a code of 0 or above raises the data error.
     [[noreturn]] static void ThrowError(int code);
+
+    // Zip archives (Base/Files/ZipPacking.cpp)
+
+    // ZLibDecompressFile's results for a source that minizip can't open as a zip archive, and for
+    // one whose directory can't be read.
+    static constexpr int not_an_archive = -1;
+    static constexpr int unreadable_archive = -2;
+
+    // Packs `source` into a new zip archive at `target`, making its folder when missing, and
+    // returns 0. A file becomes one entry named by its name and extension. A folder (a
+    // directory-shaped path) gives an entry for each file below it, named by its path below the
+    // folder with "/" between the pieces, and an entry "<path>/" for each empty folder; hidden
+    // names are left out, as File::getChildren leaves them. Entries are deflated at zlib's default
+    // level, dated by the files' modification times, and with a password encrypted by the classic
+    // zip scheme. Raises FileException: "Could not open" on `target`, "Failed to add file to ZIP"
+    // and "Failed to add Data to ZIP" on the file being added, and what reading the files raises.
+    // Progress goes to a source titled "Packing [file_a] into [file_b]" with a cancel guard, which
+    // raises CancelException between chunks. An archive cut short by a failure is left as it is.
+    static int ZLibCompressFile(File source, File target, PasswordString const & password, LogPtr log = LogPtr());
+
+    // Unpacks the zip archive `source` into the folder `target` (made when missing) and returns 0.
+    // A source whose name ends in ".tar" or ".tar.gz", in any case, goes to TAR::Extract, and its
+    // result is returned. A source that isn't a zip archive gives not_an_archive; one whose
+    // directory can't be read prints "could not read file global info" on the standard output and
+    // gives unreadable_archive. An entry whose name ends in "/" or "\" is a folder. Entries that
+    // would land outside `target` (names with "..", roots or drives) or be written through a link
+    // are skipped and listed in `extraction`. Raises an Exception with the detail "Error code
+    // [err]" (id "zlib_error") and the text "Could not read file info" (also for a name of 128
+    // bytes or more, or with a zero byte in it: code -102), "Could not open destination" (an error
+    // number), "Could not Read Content" (also for a damaged entry or a wrong password),
+    // "Cound not read next file"; "[name] passes the extraction limit of [limit] bytes" before an
+    // entry that would pass a limit; FileException for a folder that can't be made. Progress goes
+    // to a source titled "Extracting [file_a] into [file_b]". Entries done before a failure stay.
+    static int ZLibDecompressFile(File source, File target, PasswordString const & password, LogPtr log = LogPtr());
+    static int ZLibDecompressFile(File source, File target, PasswordString const & password,
+                                  ArchiveExtraction & extraction, LogPtr log = LogPtr());
+
+    // zlib described as a module, without a library: "ZLib", its description, icon, address and
+    // notice.
+    static Module ZLibModule();
 };
 
 } // namespace QELTA
