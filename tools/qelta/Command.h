@@ -17,6 +17,7 @@
 #include "Base/Failure/Exception.h"
 #include "Base/Files/File.h"
 #include "Base/Language/TranslatedString.h"
+#include "Base/Logging/InfoPipe.h"
 #include "Base/Text/String.h"
 #include "Base/Text/StringView.h"
 #include "Base/Units/Unit.h"
@@ -25,7 +26,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
+#include <cstdio>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -80,6 +84,83 @@ UnitManager & CurrentUnits();
 // inches, "°" for degrees.
 std::string UnitAbbreviations(Unit const & unit);
 
+// Shows each progress source as one line that is rewritten in place, "\r<title> 42%", ended by a
+// line feed when the source goes. Messages are printed as lines, except those of a source shown
+// as a progress line. Cancel and input are not asked for here. Used on the main thread only.
+class ProgressLinePipe : public InfoPipe {
+  public:
+    void addMessage(unsigned int index, TranslatedString const & text, unsigned char) override {
+        if (titles_.count(index) == 0) {
+            endLine();
+            std::printf("%s\n", NativeEnglish(text).c_str());
+        }
+    }
+    void addMessage(unsigned int index, StringView const & text, unsigned char) override {
+        if (titles_.count(index) == 0) {
+            endLine();
+            std::printf("%.*s\n", static_cast<int>(text.size()), text.data());
+        }
+    }
+    void addMessage(unsigned int, LogMessage const &) override {}
+    void addMessages(unsigned int, Buffer<LogMessage> const &) override {}
+    bool cancelRequested() const override { return false; }
+    void requestCancel(unsigned int) override {}
+    void requestCancel() override {}
+    void addInput(StringView const &) override {}
+    void addInput(StringView const &, unsigned int) override {}
+    void addProgressSource(TranslatedString const & title, unsigned int index, float) override {
+        titles_[index] = NativeEnglish(title);
+    }
+    unsigned int addProgressSource(TranslatedString const & title, float progress) override {
+        unsigned int const index = NewId();
+        addProgressSource(title, index, progress);
+        return index;
+    }
+    void removeProgressSource(unsigned int index) override {
+        if (index == shown_) {
+            endLine();
+        }
+        titles_.erase(index);
+    }
+    void setProgressIdx(unsigned int index, float progress) override {
+        auto const found = titles_.find(index);
+        if (found == titles_.end() || !(progress >= 0.0f)) {
+            return;
+        }
+        int const percent = static_cast<int>(std::floor(progress * 100.0f));
+        if (index == shown_ && percent == percent_) {
+            return;
+        }
+        if (index != shown_) {
+            endLine();
+        }
+        shown_ = index;
+        percent_ = percent;
+        std::printf("\r%s %d%%", found->second.c_str(), percent);
+        std::fflush(stdout);
+    }
+    void addCancelGuard(TranslatedString const &, unsigned int) override {}
+    unsigned int addCancelGuard(TranslatedString const &) override { return NewId(); }
+    void removeCancelGuard(unsigned int) override {}
+    bool cancelRequestedIdx(unsigned int) const override { return false; }
+    void addInputGuard(TranslatedString const &, unsigned int) override {}
+    unsigned int addInputGuard(TranslatedString const &) override { return NewId(); }
+    void removeInputGuard(unsigned int) override {}
+    void clearInputIdx(unsigned int) override {}
+
+  private:
+    void endLine() {
+        if (shown_ != no_id) {
+            std::printf("\n");
+            shown_ = no_id;
+        }
+    }
+
+    std::map<unsigned int, String> titles_;
+    unsigned int shown_ = no_id; // the source whose line is open
+    int percent_ = -1;
+};
+
 // The commands, each defined in its own file.
 void AddDemoCommand(CLI::App & qelta);
 void AddTextCommand(CLI::App & qelta);
@@ -111,6 +192,9 @@ void AddFitCommand(CLI::App & qelta);
 void AddJsonCommand(CLI::App & qelta);
 void AddYamlCommand(CLI::App & qelta);
 void AddValidateCommand(CLI::App & qelta);
+// zip and unzip.
+void AddArchiveCommands(CLI::App & qelta);
+void AddDbfCommand(CLI::App & qelta);
 
 // The folder of this tour's files, made on first use and removed when the tour ends: each run has
 // its own, so that tours may run side by side.
@@ -137,6 +221,7 @@ void DemoCsv();
 void DemoIni();
 void DemoTranslate();
 void DemoBinary();
+void DemoArchives();
 void DemoModules();
 void DemoColour();
 void DemoKey();

@@ -39,6 +39,7 @@ int RunDemo() {
     DemoValidate();
     DemoTranslate();
     DemoBinary();
+    DemoArchives();
     DemoModules();
     DemoColour();
     DemoKey();

@@ -6,9 +6,7 @@
 #include "Base/Language/TranslatedString.h"
 #include "Base/Logging/InfoPipe.h"
 
-#include <cmath>
 #include <cstdio>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -139,83 +137,6 @@ int RunFind(FileArguments const & arguments) {
     }
     return exit_ok;
 }
-
-// Shows each progress source as one line that is rewritten in place, "\r<title> 42%", ended by a
-// line feed when the source goes. Messages are printed as lines, except those of a source shown
-// as a progress line. Cancel and input are not asked for here. Used on the main thread only.
-class ProgressLinePipe : public InfoPipe {
-  public:
-    void addMessage(unsigned int index, TranslatedString const & text, unsigned char) override {
-        if (titles_.count(index) == 0) {
-            endLine();
-            std::printf("%s\n", NativeEnglish(text).c_str());
-        }
-    }
-    void addMessage(unsigned int index, StringView const & text, unsigned char) override {
-        if (titles_.count(index) == 0) {
-            endLine();
-            std::printf("%.*s\n", static_cast<int>(text.size()), text.data());
-        }
-    }
-    void addMessage(unsigned int, LogMessage const &) override {}
-    void addMessages(unsigned int, Buffer<LogMessage> const &) override {}
-    bool cancelRequested() const override { return false; }
-    void requestCancel(unsigned int) override {}
-    void requestCancel() override {}
-    void addInput(StringView const &) override {}
-    void addInput(StringView const &, unsigned int) override {}
-    void addProgressSource(TranslatedString const & title, unsigned int index, float) override {
-        titles_[index] = NativeEnglish(title);
-    }
-    unsigned int addProgressSource(TranslatedString const & title, float progress) override {
-        unsigned int const index = NewId();
-        addProgressSource(title, index, progress);
-        return index;
-    }
-    void removeProgressSource(unsigned int index) override {
-        if (index == shown_) {
-            endLine();
-        }
-        titles_.erase(index);
-    }
-    void setProgressIdx(unsigned int index, float progress) override {
-        auto const found = titles_.find(index);
-        if (found == titles_.end() || !(progress >= 0.0f)) {
-            return;
-        }
-        int const percent = static_cast<int>(std::floor(progress * 100.0f));
-        if (index == shown_ && percent == percent_) {
-            return;
-        }
-        if (index != shown_) {
-            endLine();
-        }
-        shown_ = index;
-        percent_ = percent;
-        std::printf("\r%s %d%%", found->second.c_str(), percent);
-        std::fflush(stdout);
-    }
-    void addCancelGuard(TranslatedString const &, unsigned int) override {}
-    unsigned int addCancelGuard(TranslatedString const &) override { return NewId(); }
-    void removeCancelGuard(unsigned int) override {}
-    bool cancelRequestedIdx(unsigned int) const override { return false; }
-    void addInputGuard(TranslatedString const &, unsigned int) override {}
-    unsigned int addInputGuard(TranslatedString const &) override { return NewId(); }
-    void removeInputGuard(unsigned int) override {}
-    void clearInputIdx(unsigned int) override {}
-
-  private:
-    void endLine() {
-        if (shown_ != no_id) {
-            std::printf("\n");
-            shown_ = no_id;
-        }
-    }
-
-    std::map<unsigned int, String> titles_;
-    unsigned int shown_ = no_id; // the source whose line is open
-    int percent_ = -1;
-};
 
 // Copies or moves SRC to DST with the progress shown; `--keep` leaves an existing target alone.
 int RunTransfer(FileArguments const & arguments, bool move) {

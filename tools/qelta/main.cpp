@@ -13,12 +13,13 @@ namespace {
 
 // The commands in the order `qelta --help` lists them.
 constexpr void (*const add_commands[])(CLI::App &) = {
-    AddDemoCommand,        AddTextCommand,      AddUuidCommand,    AddNumberCommand,  AddTimeCommand,
-    AddLogCommand,         AddAngleCommand,     AddConvertCommand, AddUnitsCommand,   AddCalcCommand,
-    AddResourceCommand,    AddFileCommand,      AddFoldersCommand, AddQueueCommand,   AddBase64Command,
-    AddPasswordCommand,    AddCsvCommand,       AddIniCommand,     AddJsonCommand,    AddYamlCommand,
-    AddValidateCommand,    AddTranslateCommand, AddBinaryCommand,  AddModulesCommand, AddColourCommand,
-    AddCrashReportCommand, AddFormulasCommand,  AddKeyCommand,     AddFontCommand,    AddFitCommand,
+    AddDemoCommand,     AddTextCommand,      AddUuidCommand,        AddNumberCommand,   AddTimeCommand,
+    AddLogCommand,      AddAngleCommand,     AddConvertCommand,     AddUnitsCommand,    AddCalcCommand,
+    AddResourceCommand, AddFileCommand,      AddFoldersCommand,     AddQueueCommand,    AddBase64Command,
+    AddPasswordCommand, AddCsvCommand,       AddIniCommand,         AddJsonCommand,     AddYamlCommand,
+    AddValidateCommand, AddTranslateCommand, AddBinaryCommand,      AddArchiveCommands, AddDbfCommand,
+    AddModulesCommand,  AddColourCommand,    AddCrashReportCommand, AddFormulasCommand, AddKeyCommand,
+    AddFontCommand,     AddFitCommand,
 };
 
 // The slots in which the library's messages name paths, filled with its own form of the path
