@@ -423,7 +423,10 @@ class Unpacker {
             chunk_ = std::make_unique<unsigned char[]>(chunk_size);
             inflated_ = std::make_unique<unsigned char[]>(chunk_size);
         }
-        Writer writer{stream.get(), name, report_.entry_limit, size};
+        // An entry that holds more than it declares stops at whichever limit it reaches first.
+        unsigned long long const total_left = report_.total_limit - std::min(passed_, report_.total_limit);
+        Writer writer{stream.get(), name, std::min(report_.entry_limit, total_left),
+                      report_.entry_limit <= total_left ? report_.entry_limit : report_.total_limit, size};
         if (decrypt) {
             readEncrypted(info, method, writer);
         } else {
@@ -447,6 +450,8 @@ class Unpacker {
     struct Writer {
         std::FILE * stream;
         StringView name;
+        // The bytes this entry may write, and the limit named when it passes them.
+        unsigned long long room;
         unsigned long long limit;
         unsigned long long declared;
         unsigned long long written = 0;
@@ -454,7 +459,7 @@ class Unpacker {
 
         void write(unsigned char const * bytes, std::size_t count) {
             written += count;
-            if (written > limit) {
+            if (written > room) {
                 RaiseLimit(name, limit);
             }
             crc = crc32_z(crc, bytes, count);

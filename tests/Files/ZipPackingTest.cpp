@@ -48,12 +48,18 @@ void MakeZip(std::string const & path, std::vector<std::pair<std::string, std::s
     zipClose(zip, nullptr);
 }
 
-// Rewrites the uncompressed size that the central directory gives the first entry.
-void LieAboutSize(std::string const & path, unsigned int size) {
+// Rewrites the uncompressed size that the central directory gives the first entry, and with
+// `consistently` the one its local header gives, so that minizip finds the two agreeing.
+void LieAboutSize(std::string const & path, unsigned int size, bool consistently = false) {
     std::string bytes = Testing::ReadAll(path);
     std::size_t const central = bytes.find("PK\x01\x02");
     ASSERT_NE(central, std::string::npos);
     std::memcpy(&bytes[central + 24], &size, 4);
+    if (consistently) {
+        std::size_t const local = bytes.find("PK\x03\x04");
+        ASSERT_NE(local, std::string::npos);
+        std::memcpy(&bytes[local + 22], &size, 4);
+    }
     Testing::WriteAll(path, bytes);
 }
 
@@ -140,22 +146,29 @@ TEST_F(ZipPackingTest, BadEntriesRaiseTheirErrors) {
     LieAboutSize(SystemPath("huge.zip"), 0x7FFFFFFF);
     MakeZip(SystemPath("short.zip"), {{"short.bin", std::string(1000, 's')}});
     LieAboutSize(SystemPath("short.zip"), 10);
+    // Encrypted entries are inflated here, past what minizip would stop at.
+    Testing::WriteAll(SystemPath("big.txt"), std::string(1000, 'b'));
+    ASSERT_EQ(Compressor::ZLibCompressFile(Path("big.txt"), Path("understated.zip"), PasswordString::Encode("pw")), 0);
+    LieAboutSize(SystemPath("understated.zip"), 10, true);
     struct Row {
         char const * archive;
         char const * password;
         std::string message;
         std::string detail;
+        unsigned long long total_limit = ArchiveExtraction::default_total_limit;
     };
     Row const rows[] = {
         {"long.zip", "", "Could not read file info", "Error code -102"},
         {"locked.zip", "wrong", "Could not Read Content", "Error code -3"},
         {"huge.zip", "", "huge.bin passes the extraction limit of 1048576 bytes", ""},
         {"short.zip", "", "Could not Read Content", "Error code -103"},
+        {"understated.zip", "pw", "big.txt passes the extraction limit of 100 bytes", "", 100},
     };
     for (Row const & row : rows) {
         SCOPED_TRACE(row.archive);
         ArchiveExtraction extraction;
         extraction.entry_limit = 1u << 20;
+        extraction.total_limit = row.total_limit;
         try {
             Compressor::ZLibDecompressFile(Path(row.archive), Path("out/"), PasswordString::Encode(row.password),
                                            extraction);
