@@ -211,9 +211,10 @@ int RunFit(FitArguments const & arguments) {
 void DemoFit() {
     std::puts("\n== Fitted transforms");
     // A survey's marks in site coordinates and the same marks as measured: turned by 30 degrees,
-    // moved by (100, 200, 5) and a little off.
+    // moved by (100, 200, 5) and a little off. No mark stands straight above the centroid: its
+    // heading would be noise, and the fit weighs every heading by the mark's whole distance.
     Buffer<Point> const site = {Point(0.0, 0.0, 0.0), Point(10.0, 0.0, 0.0), Point(10.0, 8.0, 0.0),
-                                Point(0.0, 8.0, 1.0), Point(5.0, 4.0, 3.0)};
+                                Point(0.0, 8.0, 1.0), Point(4.0, 6.0, 3.0)};
     double const c = std::cos(std::numbers::pi / 6);
     double const s = std::sin(std::numbers::pi / 6);
     double const noise[] = {0.002, -0.001, 0.0, 0.001, -0.002};
