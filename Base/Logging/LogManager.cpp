@@ -2,6 +2,7 @@
 #include "Base/Logging/LogManager.h"
 
 #include "Base/Concurrency/RWLock.h"
+#include "Base/Host/ApplicationResource.h"
 #include "Base/Logging/AsciiFileOutputStream.h"
 #include "Base/Logging/Log.h"
 #include "Base/Logging/LogStream.h"
@@ -101,6 +102,13 @@ InfoPipe * LogManager::getLog(StringView const & name) {
     log->addMessage(no_id, SessionHeader().view(), information_level);
     addLog(name, log);
     return log;
+}
+
+void LogManager::logStartupInformation(StringView const & name) {
+    LogPtr const log(getLog(name));
+    ApplicationResource::LogApplicationInformation(log);
+    ApplicationResource::LogComputerInformation(log);
+    ApplicationResource::LogOSInformation(log);
 }
 
 void LogManager::addLog(StringView const & name, InfoPipe * pipe) {

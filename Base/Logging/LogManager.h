@@ -69,6 +69,9 @@ class QELTA_BASE_EXPORT LogManager : public InfoPipe {
     // (the local time at which this process made its first log) at information_level, which
     // is then added as by addLog.
     InfoPipe * getLog(StringView const & name);
+    // The application's, the computer's and the system's description (ApplicationResource) as
+    // labelled lines into the pipe of getLog(name).
+    void logStartupInformation(StringView const & name);
     // Enters `pipe` under `name` (not the manager itself) and attaches the manager's streams to
     // it. With a log folder set, a name without '|' also gets its file "[folder][name].txt",
     // appended to, which receives what the pipe logged so far.
