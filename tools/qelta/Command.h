@@ -195,6 +195,8 @@ void AddValidateCommand(CLI::App & qelta);
 // zip and unzip.
 void AddArchiveCommands(CLI::App & qelta);
 void AddDbfCommand(CLI::App & qelta);
+// run, env, registry and sysinfo.
+void AddHostCommands(CLI::App & qelta);
 
 // The folder of this tour's files, made on first use and removed when the tour ends: each run has
 // its own, so that tours may run side by side.
@@ -229,5 +231,6 @@ void DemoFont();
 void DemoFit();
 void DemoJson();
 void DemoValidate();
+void DemoHost();
 
 } // namespace QELTA::Tool

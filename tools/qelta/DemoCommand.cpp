@@ -45,6 +45,7 @@ int RunDemo() {
     DemoKey();
     DemoFont();
     DemoFit();
+    DemoHost();
     std::puts("\nEnd of the tour.");
     if (!TheDemoFolder().isEmpty() && TheDemoFolder().exists()) {
         TheDemoFolder().deleteFile(LogPtr());

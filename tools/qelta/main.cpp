@@ -19,7 +19,7 @@ constexpr void (*const add_commands[])(CLI::App &) = {
     AddPasswordCommand, AddCsvCommand,       AddIniCommand,         AddJsonCommand,     AddYamlCommand,
     AddValidateCommand, AddTranslateCommand, AddBinaryCommand,      AddArchiveCommands, AddDbfCommand,
     AddModulesCommand,  AddColourCommand,    AddCrashReportCommand, AddFormulasCommand, AddKeyCommand,
-    AddFontCommand,     AddFitCommand,
+    AddFontCommand,     AddFitCommand,       AddHostCommands,
 };
 
 // The slots in which the library's messages name paths, filled with its own form of the path
