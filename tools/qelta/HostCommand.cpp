@@ -147,7 +147,7 @@ void DemoHost() {
     std::printf("\n== The machine and other programs\n");
     RunSysinfo();
     std::printf("A short program, its output streamed line by line:\n");
-    RunProgram({"/bin/sh", "-c", "for step in 1 2 3; do echo \"step $step of 3\"; done; echo 'done, with a note' >&2"});
+    RunProgram({"/bin/sh", "-c", "for step in 1 2 3; do echo \"step $step of 3\"; sleep 0.1; done"});
 }
 
 void AddHostCommands(CLI::App & qelta) {
