@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -16,6 +17,7 @@
 #include <random>
 #include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <vector>
 
 namespace QELTA {
@@ -173,6 +175,25 @@ TEST(LocalApplicationLauncherTest, AChildThatIgnoresTerminationIsEnded) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
     EXPECT_EQ(launcher.exit_code, 128 + SIGKILL);
     EXPECT_EQ(Lines(pipe).back().first, "Cancel Requested");
+}
+
+TEST(LocalApplicationLauncherTest, AKillFromAnotherThreadEndsTheWait) {
+    LocalApplicationLauncher launcher("/bin/sleep");
+    launcher.arguments = "30";
+    std::atomic<bool> done{false};
+    // The launcher has a process only once the start is through: ask until execute() returns.
+    std::thread killer([&] {
+        while (!done) {
+            launcher.killProcess();
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    });
+    auto const start = std::chrono::steady_clock::now();
+    launcher.execute();
+    done = true;
+    killer.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_EQ(launcher.exit_code, 128 + SIGTERM);
 }
 
 TEST(LocalApplicationLauncherTest, HundredMegabytesOnBothStreamsNeverDeadlock) {
