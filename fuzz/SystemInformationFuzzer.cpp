@@ -22,8 +22,8 @@ void Write(std::string const & path, std::uint8_t const * data, std::size_t size
 std::string const & Root() {
     static std::string const s_root = [] {
         std::string const root = "/dev/shm/qelta-fuzz-system-" + std::to_string(getpid());
-        for (char const * folder : {"/etc", "/proc/sys/kernel", "/proc/self", "/sys/class/dmi/id",
-                                    "/sys/bus/pci/devices/0000:01:00.0"}) {
+        for (char const * folder :
+             {"/etc", "/proc/sys/kernel", "/proc/self", "/sys/class/dmi/id", "/sys/bus/pci/devices/0000:01:00.0"}) {
             std::filesystem::create_directories(root + folder);
         }
         return root;
@@ -36,9 +36,10 @@ std::string const & Root() {
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     using namespace QELTA;
     std::string const & root = Root();
-    for (char const * file : {"/etc/os-release", "/proc/sys/kernel/osrelease", "/proc/cpuinfo", "/proc/meminfo",
-                              "/proc/self/status", "/sys/class/dmi/id/sys_vendor",
-                              "/sys/bus/pci/devices/0000:01:00.0/vendor", "/sys/bus/pci/devices/0000:01:00.0/resource"}) {
+    for (char const * file :
+         {"/etc/os-release", "/proc/sys/kernel/osrelease", "/proc/cpuinfo", "/proc/meminfo", "/proc/self/status",
+          "/sys/class/dmi/id/sys_vendor", "/sys/bus/pci/devices/0000:01:00.0/vendor",
+          "/sys/bus/pci/devices/0000:01:00.0/resource"}) {
         Write(root + file, data, size);
     }
     static std::uint8_t const display[] = "0x030000\n";

@@ -172,8 +172,9 @@ bool CrashManager::handleException(void * fault_record) {
         fault, s_inspection, [](char const * piece) { s_report.append(piece); },
         [](CrashFrame const & frame) -> char const * { return frame.symbol[0] != 0 ? frame.symbol : nullptr; });
     s_stem[0] = 0;
-    bool const written = !minidump_directory_.isEmpty() &&
-                         CrashPlatform::WriteDump(fault, s_inspection, minidump_directory_.view(), s_stem, sizeof(s_stem));
+    bool const written =
+        !minidump_directory_.isEmpty() &&
+        CrashPlatform::WriteDump(fault, s_inspection, minidump_directory_.view(), s_stem, sizeof(s_stem));
     if (written) {
         s_text.clear();
         s_text.append(user_message_text).append(paragraph).append(s_report.data(), s_report.size()).append(paragraph);

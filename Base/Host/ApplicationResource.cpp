@@ -336,9 +336,9 @@ void ApplicationResource::LogComputerInformation(LogPtr log) {
     Line(log, "  Installed memory: ", (Number(info.installed_memory) + StringView(" kB")).view());
     for (VideoCardInformation const & card : info.video_cards) {
         Line(log, "Video Card Information: ", StringView());
-        for (String const * text : {&card.name, &card.device_id, &card.driver_version, &card.video_processor,
-                                    &card.video_mode_description, &card.adapter_dac_type, &card.video_architecture,
-                                    &card.status}) {
+        for (String const * text :
+             {&card.name, &card.device_id, &card.driver_version, &card.video_processor, &card.video_mode_description,
+              &card.adapter_dac_type, &card.video_architecture, &card.status}) {
             if (!text->isEmpty()) {
                 Line(log, "  ", text->view());
             }

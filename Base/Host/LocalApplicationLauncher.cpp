@@ -77,15 +77,9 @@ LocalApplicationLauncher::LocalApplicationLauncher(StringView const & applicatio
     : application(application_path) {}
 
 LocalApplicationLauncher::LocalApplicationLauncher(LocalApplicationLauncher const & other)
-    : application(other.application),
-      arguments(other.arguments),
-      path_addition(other.path_addition),
-      log(other.log),
-      hide_window(other.hide_window),
-      wait_for_exit(other.wait_for_exit),
-      inherit_handles(other.inherit_handles),
-      on_finished(other.on_finished),
-      use_shell(other.use_shell) {}
+    : application(other.application), arguments(other.arguments), path_addition(other.path_addition), log(other.log),
+      hide_window(other.hide_window), wait_for_exit(other.wait_for_exit), inherit_handles(other.inherit_handles),
+      on_finished(other.on_finished), use_shell(other.use_shell) {}
 
 LocalApplicationLauncher & LocalApplicationLauncher::operator=(LocalApplicationLauncher const & other) {
     if (this != &other) {
@@ -123,7 +117,8 @@ void LocalApplicationLauncher::execute() {
     }
     if (use_shell) {
         request.program = shell_program;
-        request.arguments = {String(shell_program), String(shell_command), String(program) + StringView(" ") + arguments.view()};
+        request.arguments = {String(shell_program), String(shell_command),
+                             String(program) + StringView(" ") + arguments.view()};
     } else {
         request.program = msi ? String(msi_program) : program;
         request.arguments.add(request.program);
@@ -134,7 +129,8 @@ void LocalApplicationLauncher::execute() {
         request.arguments.addAll(SplitCommandLine(arguments.view()));
     }
     // A program given as a file starts in its own folder, by its absolute path.
-    if (!msi && !use_shell && (program.indexOf('/') != String::not_found || program.indexOf('\\') != String::not_found)) {
+    if (!msi && !use_shell &&
+        (program.indexOf('/') != String::not_found || program.indexOf('\\') != String::not_found)) {
         File file(program);
         if (file.exists() && !file.isDirectory()) {
             request.program = String(file.view());

@@ -222,17 +222,20 @@ Buffer<VideoCardInformation> SystemInformation::ReadVideoCards(File const & root
         String label = OneValue(root, (folder + StringView("label")).view());
         card.name = label.view() != StringView(system_value_not_set) ? label : vendor_text + ' ' + device.view();
         card.device_id = slot;
-        String const driver = SystemInfoPlatform::LinkTargetName(Path(root, (folder + StringView("driver")).view()).view());
+        String const driver =
+            SystemInfoPlatform::LinkTargetName(Path(root, (folder + StringView("driver")).view()).view());
         card.driver_version = driver;
         if (!driver.isEmpty()) {
-            String const version = OneValue(root, (String("sys\\module\\") + driver.view() + StringView("\\version")).view());
+            String const version =
+                OneValue(root, (String("sys\\module\\") + driver.view() + StringView("\\version")).view());
             if (version.view() != StringView(system_value_not_set)) {
                 card.driver_version = driver + ' ' + version.view();
             }
         }
         card.status = VideoCardInformation::StatusText(driver.isEmpty() ? no_driver_code : 0);
         card.card_class = VideoCardInformation::CardClass(card.name.view());
-        std::uint64_t const memory = LargestPrefetchableRegion(Read(root, (folder + StringView("resource")).view()).view());
+        std::uint64_t const memory =
+            LargestPrefetchableRegion(Read(root, (folder + StringView("resource")).view()).view());
         if (memory != 0) {
             card.video_memory = memory;
         }

@@ -126,8 +126,7 @@ class AsciiWriteThread : public Thread {
 
     bool waitUntilWritten(unsigned long long timeout) {
         std::unique_lock<std::mutex> lock(mutex_);
-        return written_.wait_for(lock, std::chrono::nanoseconds(timeout),
-                                 [this] { return queued_ == 0 && !writing_; });
+        return written_.wait_for(lock, std::chrono::nanoseconds(timeout), [this] { return queued_ == 0 && !writing_; });
     }
 
     // After this, records are no longer queued.

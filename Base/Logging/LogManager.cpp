@@ -210,8 +210,7 @@ void LogManager::writeToFile(BinaryFile & file, unsigned char minimum_level, Com
     writeToFile(file, minimum_level, mode, 0);
 }
 
-void LogManager::writeToFile(BinaryFile & file, unsigned char minimum_level, CompressionMode mode,
-                             unsigned int depth) {
+void LogManager::writeToFile(BinaryFile & file, unsigned char minimum_level, CompressionMode mode, unsigned int depth) {
     Buffer<String> names;
     Buffer<unsigned int> counts;
     Buffer<Time> times;
@@ -297,7 +296,8 @@ void LogManager::readFromFile(BinaryFile & file, unsigned long long version, uns
             batch.ensureCapacity(static_cast<unsigned int>(last - first + 2));
             batch.add(SessionMark(LogSessionStart()));
             for (auto r = static_cast<unsigned int>(first); r < last; ++r) {
-                batch.add(LogMessage(times[r], texts[r].view(), levels[r], has_sessions ? sessions[r] : foreign_session));
+                batch.add(
+                    LogMessage(times[r], texts[r].view(), levels[r], has_sessions ? sessions[r] : foreign_session));
             }
             batch.add(SessionMark(LogSessionEnd()));
             if (auto const found = logs_.find(names[i]); found != logs_.end()) {

@@ -4,8 +4,8 @@
 // attached to; it does not own the pipes, and a pipe does not own its streams. Both lists sit
 // behind the stream's own small mutex, so that one stream may be attached to several pipes that
 // call it from their own threads. A stream detaches itself from its pipes when it is destroyed,
-// and a pipe from its streams; neither may go while the other is calling it. The lock order is a pipe's lock first, then the stream's: a
-// stream never calls a pipe while holding its mutex. A muted stream gets nothing from its pipes.
+// and a pipe from its streams; neither may go while the other is calling it. The lock order is a pipe's lock first,
+// then the stream's: a stream never calls a pipe while holding its mutex. A muted stream gets nothing from its pipes.
 // Nothing here raises beyond a failed allocation.
 #pragma once
 

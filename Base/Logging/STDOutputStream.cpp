@@ -17,8 +17,7 @@ using Lock = std::lock_guard<std::recursive_mutex>;
 
 // Up one line, then a carriage return, 79 blanks and a carriage return.
 constexpr char row_up[] = "\x1b[A";
-constexpr char row_blank[] =
-    "\r                                                                               \r";
+constexpr char row_blank[] = "\r                                                                               \r";
 static_assert(sizeof(row_blank) == 1 + 79 + 1 + 1, "a carriage return, 79 blanks, a carriage return");
 constexpr char cut_mark[] = "...";
 constexpr int bar_cells = 70;

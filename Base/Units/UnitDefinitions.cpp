@@ -214,7 +214,7 @@ ConstPointer<Unit> UnitDefinitions::AppendInclinationOrientation(Unit const & un
 }
 
 ConstPointer<Unit> UnitDefinitions::Unwrapped(Unit const & unit, StringView const & name,
-                                             TranslatedString const & label) {
+                                              TranslatedString const & label) {
     auto const * angle = dynamic_cast<AngleUnit const *>(&unit);
     if (angle == nullptr) {
         return nullptr;

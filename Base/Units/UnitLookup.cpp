@@ -350,8 +350,7 @@ ConstPointer<Unit> UnitManager::Matching(UnitOptionList const & options, StringV
 ConstPointer<Unit> UnitManager::singlePartUnit(StringView const & part, UnitCategory category) const {
     bool const any = category == UnitCategory::UNDEFINED;
     if (any || category == UnitCategory::DISTANCE || category == UnitCategory::COORDINATE) {
-        ConstPointer<Unit> found =
-            IsOneOf(part, {"ft", "foot"}) ? Units::Feet() : Matching(distance_options_, part);
+        ConstPointer<Unit> found = IsOneOf(part, {"ft", "foot"}) ? Units::Feet() : Matching(distance_options_, part);
         if (found != nullptr) {
             return category == UnitCategory::COORDINATE ? InOrderOf(coordinate_.value(), found) : found;
         }

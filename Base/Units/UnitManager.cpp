@@ -65,8 +65,8 @@ constexpr char degrees_slot[] = "[degrees_abreviation]";
 constexpr char minutes_slot[] = "[minutes_abreviation]";
 constexpr char seconds_slot[] = "[seconds_abreviation]";
 constexpr char const * coordinate_orders[] = {"ENH", "NEH", "WSH", "XYZ", "YXZ"};
-constexpr char const * not_metric[] = {"feet", "inch", "yard", "gallon", "mile", "short ton", "long ton", "pound",
-                                       "ounce"};
+constexpr char const * not_metric[] = {"feet",      "inch",     "yard",  "gallon", "mile",
+                                       "short ton", "long ton", "pound", "ounce"};
 constexpr char const * not_imperial[] = {"meter", "liter", "metric ton"};
 
 // A quarter turn upward, in index units: the inclination of a name without one.
@@ -101,8 +101,7 @@ ConstPointer<Unit> const & KeptUnit(ConstPointer<Unit> (*build)()) {
 }
 
 ConstPointer<Unit> const & DefaultLatLon() {
-    static ConstPointer<Unit> const & unit =
-        KeptUnit([] { return Units::LatLonAlt(*Units::DegreesMinutesSeconds()); });
+    static ConstPointer<Unit> const & unit = KeptUnit([] { return Units::LatLonAlt(*Units::DegreesMinutesSeconds()); });
     return unit;
 }
 
@@ -392,8 +391,8 @@ void UnitManager::setupDefaultDistanceOptions() {
     for (ConstPointer<UnitOption> const & option :
          {Option(Units::Meters()),
           OptionWith(Units::Feet(), {Option(Units::Feet(), decimal_feet), Option(Units::FeetInches(), feet_inches)}),
-          OptionWith(Units::USSurveyFeet(), {Option(Units::USSurveyFeet(), decimal_feet),
-                                             Option(Units::USSurveyFeetInches(), feet_inches)}),
+          OptionWith(Units::USSurveyFeet(),
+                     {Option(Units::USSurveyFeet(), decimal_feet), Option(Units::USSurveyFeetInches(), feet_inches)}),
           Option(Units::Inches()), Option(Units::Centimeters())}) {
         addFormatOption(UnitCategory::DISTANCE, option);
     }
@@ -443,7 +442,8 @@ void UnitManager::setupDefaultLatLonOptions() {
 void UnitManager::setupDefaultCoordinateSpaceOptions() {
     clearUnitOptions(UnitCategory::COORDINATE);
     for (char const * order : coordinate_orders) {
-        addFormatOption(UnitCategory::COORDINATE, ConstPointer<UnitOption>(new CoordinateUnitOption(order, Title(order))));
+        addFormatOption(UnitCategory::COORDINATE,
+                        ConstPointer<UnitOption>(new CoordinateUnitOption(order, Title(order))));
     }
 }
 
@@ -456,16 +456,16 @@ void UnitManager::setupDefaultAreaOptions() {
 
 void UnitManager::setupDefaultVolumeOptions() {
     clearUnitOptions(UnitCategory::VOLUME);
-    for (auto unit : {Units::CubicMeters, Units::CubicFeet, Units::CubicYards, Units::CubicInches, Units::Liters,
-                      Units::Gallon}) {
+    for (auto unit :
+         {Units::CubicMeters, Units::CubicFeet, Units::CubicYards, Units::CubicInches, Units::Liters, Units::Gallon}) {
         addFormatOption(UnitCategory::VOLUME, Option(unit()));
     }
 }
 
 void UnitManager::setupDefaultWeightOptions() {
     clearUnitOptions(UnitCategory::WEIGHT);
-    for (auto unit : {Units::Grams, Units::Kilograms, Units::Pounds, Units::MetricTons, Units::Ounces,
-                      Units::LongTons, Units::ShortTons}) {
+    for (auto unit : {Units::Grams, Units::Kilograms, Units::Pounds, Units::MetricTons, Units::Ounces, Units::LongTons,
+                      Units::ShortTons}) {
         addFormatOption(UnitCategory::WEIGHT, Option(unit()));
     }
 }

@@ -179,8 +179,7 @@ ConstPointer<Unit> BasicCustomUnit::defaultUnit(UnitManager &) {
 
 // ReferenceCustomUnit
 
-ReferenceCustomUnit::ReferenceCustomUnit(StringView const & name, TranslatedString const & title,
-                                         UnitCategory category)
+ReferenceCustomUnit::ReferenceCustomUnit(StringView const & name, TranslatedString const & title, UnitCategory category)
     : CustomUnit(name, title, category) {}
 
 Resource<ConstPointer<Unit>> & ReferenceCustomUnit::unitResource(UnitManager & manager) {

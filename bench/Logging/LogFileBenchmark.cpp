@@ -85,8 +85,7 @@ void CallerCostQELTA(benchmark::State & state, double share) {
     log.addStream(&stream, false);
     StringView const text(sample_text);
     TimeCalls(
-        state, share, [&] { log.addMessage(InfoPipe::no_id, text, 2); },
-        [&] { stream.waitUntilWritten(wait_ns); });
+        state, share, [&] { log.addMessage(InfoPipe::no_id, text, 2); }, [&] { stream.waitUntilWritten(wait_ns); });
     state.counters["dropped"] = static_cast<double>(stream.droppedMessages());
 }
 
@@ -125,9 +124,9 @@ void ThroughputQELTA(benchmark::State & state) {
 struct SpdLogger {
     explicit SpdLogger(std::string const & path)
         : pool(std::make_shared<spdlog::details::thread_pool>(peer_queue, 1)),
-          logger(std::make_shared<spdlog::async_logger>(
-              "bench", std::make_shared<spdlog::sinks::basic_file_sink_mt>(path, true), pool,
-              spdlog::async_overflow_policy::block)) {
+          logger(std::make_shared<spdlog::async_logger>("bench",
+                                                        std::make_shared<spdlog::sinks::basic_file_sink_mt>(path, true),
+                                                        pool, spdlog::async_overflow_policy::block)) {
         logger->set_pattern("%y-%m-%d %H:%M:%S:%f\t%v\t%l\t4711");
     }
     // Returns when every record is in the file.
@@ -199,8 +198,12 @@ void Register() {
     benchmark::RegisterBenchmark("LogCallerP50/QELTA", CallerCostQELTA, 0.5)->Iterations(batches)->UseManualTime();
     benchmark::RegisterBenchmark("LogCallerP99/QELTA", CallerCostQELTA, 0.99)->Iterations(batches)->UseManualTime();
 #if QELTA_HAVE_SPDLOG
-    benchmark::RegisterBenchmark("LogCallerP50/spdlog async", CallerCostSpdlog, 0.5)->Iterations(batches)->UseManualTime();
-    benchmark::RegisterBenchmark("LogCallerP99/spdlog async", CallerCostSpdlog, 0.99)->Iterations(batches)->UseManualTime();
+    benchmark::RegisterBenchmark("LogCallerP50/spdlog async", CallerCostSpdlog, 0.5)
+        ->Iterations(batches)
+        ->UseManualTime();
+    benchmark::RegisterBenchmark("LogCallerP99/spdlog async", CallerCostSpdlog, 0.99)
+        ->Iterations(batches)
+        ->UseManualTime();
 #endif
     for (int threads : {1, 2, 4}) {
         benchmark::RegisterBenchmark("LogRecordsToFile/QELTA", ThroughputQELTA)

@@ -94,8 +94,8 @@ void BM_ParseUnit_Ours(benchmark::State & state) {
     std::size_t i = 0;
     for (auto _ : state) {
         std::string const & value = values[i++ % values.size()];
-        benchmark::DoNotOptimize(manager.parseUnit(
-            StringView(value.data(), static_cast<unsigned int>(value.size())), UnitCategory::DISTANCE));
+        benchmark::DoNotOptimize(manager.parseUnit(StringView(value.data(), static_cast<unsigned int>(value.size())),
+                                                   UnitCategory::DISTANCE));
     }
 }
 BENCHMARK(BM_ParseUnit_Ours);

@@ -20,8 +20,8 @@ using namespace QELTA;
 namespace {
 
 constexpr char const * stages[] = {
-    "SetupMetatypesForQELTA", "RegisterUserSettingsForQELTA", "SetupFileStructureForQELTA", "SetupFactoriesForQELTA",
-    "SetUpdateCheckerForQELTA", "SetupManualsForQELTA", "SetupUIThemesForQELTA", "SetupUIForQELTA",
+    "SetupMetatypesForQELTA",   "RegisterUserSettingsForQELTA", "SetupFileStructureForQELTA", "SetupFactoriesForQELTA",
+    "SetUpdateCheckerForQELTA", "SetupManualsForQELTA",         "SetupUIThemesForQELTA",      "SetupUIForQELTA",
 };
 
 } // namespace
@@ -43,7 +43,8 @@ int main(int argc, char ** argv) {
     }
     std::printf("holds the instance lock\n");
     ApplicationResource::ReadUserOptions();
-    std::printf("last run ended properly: %s, first run: %s\n", ApplicationResource::last_proper_shutdown ? "yes" : "no",
+    std::printf("last run ended properly: %s, first run: %s\n",
+                ApplicationResource::last_proper_shutdown ? "yes" : "no",
                 ApplicationResource::IsFirstTimeRunning() ? "yes" : "no");
     ApplicationResource::SaveUserOptions(false);
 

@@ -85,7 +85,8 @@ TEST_F(CrashManagerTest, NullPointerLeavesOneDumpAReportAndDiesBySIGSEGV) {
 
     std::string const callback = ReadAll(folder + "/callback.txt");
     EXPECT_EQ(callback.rfind("General Error\nAn application bug was detected.", 0), 0u) << callback;
-    EXPECT_NE(callback.find("  Function: (anonymous namespace)::CrashByNullPointer(int volatile*)\n"), std::string::npos)
+    EXPECT_NE(callback.find("  Function: (anonymous namespace)::CrashByNullPointer(int volatile*)\n"),
+              std::string::npos)
         << callback;
 
     CrashDump dump;
@@ -129,7 +130,8 @@ TEST_F(CrashManagerTest, ADumpThatCannotBeWrittenSaysSo) {
     CrashManager manager;
     manager.setMiniDumpDirectory(Path("blocker/dumps/"));
     std::string message;
-    manager.setCallback([&message](Exception const & error) { message = error.message().englishTranslation().c_str(); });
+    manager.setCallback(
+        [&message](Exception const & error) { message = error.message().englishTranslation().c_str(); });
     CrashFault fault;
     fault.signal = SIGFPE;
     EXPECT_TRUE(manager.handleException(&fault));

@@ -19,8 +19,8 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <unistd.h>
 
@@ -132,9 +132,12 @@ TEST_F(ApplicationHostTest, RegistryValuesOfEachTypeSurviveAFreshProcess) {
         char const * text;
         char const * read;
     } const cases[] = {
-        {REG_SZ, "a = b\\n ü", "a = b\\n ü"}, {REG_EXPAND_SZ, "$(HOME)", "$(HOME)"},
-        {REG_DWORD, "4294967295", "4294967295"}, {REG_QWORD, "18446744073709551615", "18446744073709551615"},
-        {REG_BINARY, "42", "42"}, {REG_MULTI_SZ, "x", ""},
+        {REG_SZ, "a = b\\n ü", "a = b\\n ü"},
+        {REG_EXPAND_SZ, "$(HOME)", "$(HOME)"},
+        {REG_DWORD, "4294967295", "4294967295"},
+        {REG_QWORD, "18446744073709551615", "18446744073709551615"},
+        {REG_BINARY, "42", "42"},
+        {REG_MULTI_SZ, "x", ""},
     };
     for (Case const & row : cases) {
         SCOPED_TRACE(row.text);

@@ -1,9 +1,9 @@
 // The launcher: arguments reach the child unchanged, output streams line by line without
 // deadlock, every child is collected and no descriptor leaks, a child that ignores SIGTERM is
 // ended, and the texts of a failed start.
+#include "Base/Host/LocalApplicationLauncher.h"
 #include "Base/Failure/Exception.h"
 #include "Base/Host/ApplicationResource.h"
-#include "Base/Host/LocalApplicationLauncher.h"
 #include "Base/Logging/MemoryInfoPipe.h"
 
 #include <gtest/gtest.h>
@@ -72,7 +72,7 @@ std::size_t OpenDescriptors() {
 }
 
 TEST(LocalApplicationLauncherTest, ArgumentsReachTheChildUnchanged) {
-    Buffer<String> const arguments = {String("%s|\n"),   String("two words"),     String("say \"hi\""),
+    Buffer<String> const arguments = {String("%s|\n"),     String("two words"),    String("say \"hi\""),
                                       String("tab\there"), String("trailing\\"),   String("\\\"q\\\\\""),
                                       String(""),          String("grüße ☃ 日本"), String("$HOME;`x`|*")};
     MemoryInfoPipe pipe;

@@ -56,7 +56,8 @@ TEST(STDOutputStreamTest, ProgressRowIsDrawnInPlaceAndErasedAfter) {
         log.addMessage(InfoPipe::no_id, StringView("half way"), 2);
     }
     log.addMessage(InfoPipe::no_id, StringView("done"), 2);
-    std::string const complete = "\r[=============================[complete]===============================] 100% Copying\n";
+    std::string const complete =
+        "\r[=============================[complete]===============================] 100% Copying\n";
     EXPECT_EQ(out.text(), "Copying\n" + HalfRow("Copying") + up_and_blank + "half way\n" + HalfRow("Copying") +
                               up_and_blank + complete + up_and_blank + "done\n");
 }

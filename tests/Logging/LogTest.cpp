@@ -231,7 +231,8 @@ std::vector<std::string> Describe(InfoPipe * pipe) {
             text = "end";
         }
         out.push_back(text + " " + std::to_string(message.logRecordLevel()) + " " +
-                      std::to_string(message.sessionNumber()) + " " + std::to_string(message.recordTime().nanoseconds()));
+                      std::to_string(message.sessionNumber()) + " " +
+                      std::to_string(message.recordTime().nanoseconds()));
     }
     return out;
 }

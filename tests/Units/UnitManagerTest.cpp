@@ -121,9 +121,8 @@ TEST_F(UnitManagerTest, CustomUnitsKeepTheirOwnSetting) {
     }
     auto make = [&] {
         auto manager = std::make_unique<UnitManager>(settings());
-        manager->addSpecialUnit(DynamicPointer<CustomUnit>(
-            new BasicCustomUnit("tolerance_unit", TranslatedString::DirectString("Tolerance"), UnitCategory::DISTANCE,
-                                options)));
+        manager->addSpecialUnit(DynamicPointer<CustomUnit>(new BasicCustomUnit(
+            "tolerance_unit", TranslatedString::DirectString("Tolerance"), UnitCategory::DISTANCE, options)));
         manager->addSpecialUnit(DynamicPointer<CustomUnit>(
             new ReferenceCustomUnit("survey_unit", TranslatedString(), UnitCategory::DISTANCE)));
         manager->setToDefaultMetric(false);

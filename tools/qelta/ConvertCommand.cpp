@@ -105,7 +105,8 @@ struct ConvertArguments {
 ConstPointer<Unit> DetectedUnit(std::string const & value, UnitCategory category) {
     UnitManager & manager = CurrentUnits();
     bool const read_by_manager = category == UnitCategory::DISTANCE || category == UnitCategory::ANGLE;
-    if (ConstPointer<Unit> unit = manager.parseUnit(StringView(value), read_by_manager ? category : UnitCategory::UNDEFINED)) {
+    if (ConstPointer<Unit> unit =
+            manager.parseUnit(StringView(value), read_by_manager ? category : UnitCategory::UNDEFINED)) {
         return unit;
     }
     std::size_t start = value.find_first_not_of("+-0123456789.,eE \t");
@@ -146,8 +147,8 @@ void CheckConvert(ConvertArguments & arguments) {
         }
         arguments.detected = DetectedUnit(arguments.value, arguments.to_unit->category);
         if (arguments.detected == nullptr) {
-            throw CLI::ValidationError("VALUE", "'" + arguments.value +
-                                                    "' names no unit by its suffixes; give FROM before TO");
+            throw CLI::ValidationError("VALUE",
+                                       "'" + arguments.value + "' names no unit by its suffixes; give FROM before TO");
         }
         return;
     }

@@ -125,18 +125,18 @@ void DemoFormulas() {
 
 void AddFormulasCommand(CLI::App & qelta) {
     auto const arguments = std::make_shared<FormulasArguments>();
-    CLI::App & formulas = AddCommand(
-        qelta, "formulas", "a tab-separated table of formulas, listed or evaluated",
-        "Reads FILE: a header line, then one formula a line in the tab-separated columns title, id,\n"
-        "formula, description, source, offered (1, T, t, Y or y), category and unit. Columns are\n"
-        "read by position; missing ones are empty, extra ones ignored. The category is a name such as\n"
-        "DISTANCE or WEIGHT (or mass, gravity, rotation); the unit a name as 'qelta units set' reads it.\n"
-        "Without KEY, lists the titles offered at the top with their keys, then every formula with its\n"
-        "key, title, category and value (in its unit when it has one). With KEY, shows each formula of\n"
-        "that key with its expression, the expression expanded and shown as markup, and its inputs.\n"
-        "A formula whose inputs the table leaves open is NaN.\n"
-        "Example: qelta formulas table.txt slope",
-        [arguments] { return RunFormulas(*arguments); });
+    CLI::App & formulas =
+        AddCommand(qelta, "formulas", "a tab-separated table of formulas, listed or evaluated",
+                   "Reads FILE: a header line, then one formula a line in the tab-separated columns title, id,\n"
+                   "formula, description, source, offered (1, T, t, Y or y), category and unit. Columns are\n"
+                   "read by position; missing ones are empty, extra ones ignored. The category is a name such as\n"
+                   "DISTANCE or WEIGHT (or mass, gravity, rotation); the unit a name as 'qelta units set' reads it.\n"
+                   "Without KEY, lists the titles offered at the top with their keys, then every formula with its\n"
+                   "key, title, category and value (in its unit when it has one). With KEY, shows each formula of\n"
+                   "that key with its expression, the expression expanded and shown as markup, and its inputs.\n"
+                   "A formula whose inputs the table leaves open is NaN.\n"
+                   "Example: qelta formulas table.txt slope",
+                   [arguments] { return RunFormulas(*arguments); });
     formulas.add_option("FILE", arguments->file, "the table")->required();
     formulas.add_option("KEY", arguments->key, "the key of the formulas to show");
 }

@@ -179,14 +179,15 @@ void AddHostCommands(CLI::App & qelta) {
     static std::string type = "REG_SZ";
     CLI::App & get = AddCommand(registry, "get", "Show a value and its type", "", [] { return RunRegistryGet(path); });
     get.add_option("path", path, "KEY/PATH/NAME")->required();
-    CLI::App & set = AddCommand(registry, "set", "Store a value", "Numbers of REG_DWORD, REG_QWORD and REG_BINARY are decimal.",
-                                [] { return RunRegistrySet(path, value, type); });
+    CLI::App & set =
+        AddCommand(registry, "set", "Store a value", "Numbers of REG_DWORD, REG_QWORD and REG_BINARY are decimal.",
+                   [] { return RunRegistrySet(path, value, type); });
     set.add_option("path", path, "KEY/PATH/NAME")->required();
     set.add_option("value", value, "VALUE")->required();
     set.add_option("--type", type, "REG_SZ (default), REG_DWORD, REG_QWORD, ...");
     static std::string key = "HKEY_CURRENT_USER";
-    CLI::App & list = AddCommand(registry, "list", "List the values under a root key", "",
-                                 [] { return RunRegistryList(key); });
+    CLI::App & list =
+        AddCommand(registry, "list", "List the values under a root key", "", [] { return RunRegistryList(key); });
     list.add_option("key", key, "KEY (default HKEY_CURRENT_USER)");
 
     AddCommand(qelta, "sysinfo", "Describe the machine: system, hardware and video cards",

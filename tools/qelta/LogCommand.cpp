@@ -209,7 +209,8 @@ int RunRead(LogArguments const & arguments) {
         PrintTableHead();
         std::size_t shown = 0;
         for (LogMessage const & record : records) {
-            if (record.logRecordLevel() >= arguments.minimum_level && (!last_session || record.sessionNumber() == session)) {
+            if (record.logRecordLevel() >= arguments.minimum_level &&
+                (!last_session || record.sessionNumber() == session)) {
                 PrintTableRow(record, colour);
                 ++shown;
             }
@@ -482,9 +483,9 @@ void AddLogCommand(CLI::App & qelta) {
                                  });
     tail.add_option("FILE", arguments->file, "the text log")->required();
     AddCount(tail, "--lines", arguments->lines, 0, 100000, "the records shown first (default 10)");
-    *seconds = AddCount(tail, "--seconds", arguments->seconds, 0, 86400,
-                        "follows for S seconds instead of until interrupted")
-                   ->type_name("S");
+    *seconds =
+        AddCount(tail, "--seconds", arguments->seconds, 0, 86400, "follows for S seconds instead of until interrupted")
+            ->type_name("S");
 }
 
 } // namespace QELTA::Tool

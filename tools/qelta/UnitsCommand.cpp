@@ -113,9 +113,9 @@ struct UnitsArguments {
 
 // The categories that have a unit in force, in the order they are shown.
 constexpr UnitCategory current_categories[] = {
-    UnitCategory::DISTANCE, UnitCategory::COORDINATE, UnitCategory::SURFACE_AREA, UnitCategory::VOLUME,
-    UnitCategory::WEIGHT,   UnitCategory::ANGLE,      UnitCategory::ORIENTATION,  UnitCategory::LATLON,
-    UnitCategory::TIME};
+    UnitCategory::DISTANCE,    UnitCategory::COORDINATE, UnitCategory::SURFACE_AREA,
+    UnitCategory::VOLUME,      UnitCategory::WEIGHT,     UnitCategory::ANGLE,
+    UnitCategory::ORIENTATION, UnitCategory::LATLON,     UnitCategory::TIME};
 
 std::string CurrentCategoryNames() {
     std::string names;
@@ -172,7 +172,8 @@ int RunSet(UnitsArguments const & arguments) {
     manager.setUnit(category, unit);
     if (!manager.saveINIOptions(false)) {
         std::fflush(stdout);
-        std::fprintf(stderr, "qelta units set: %s could not be written\n", NativePath(manager.defaultINIFile()).c_str());
+        std::fprintf(stderr, "qelta units set: %s could not be written\n",
+                     NativePath(manager.defaultINIFile()).c_str());
         return exit_failure;
     }
     std::printf("%s: %s -> %s (saved in %s)\n", CategoryName(category).c_str(),
@@ -292,7 +293,7 @@ void DemoUnitManager() {
 }
 
 UnitManager & CurrentUnits() {
-    static UnitManager & manager = [] () -> UnitManager & {
+    static UnitManager & manager = []() -> UnitManager & {
         UnitManager & made = UnitManager::DefaultManager();
         made.setToDefaultMetric(false);
         made.readINIOptions();
@@ -376,17 +377,19 @@ void AddUnitsCommand(CLI::App & qelta) {
                "force; 'qelta units set' changes one. The settings file is application_units.ini in the\n"
                "user's settings folder, named on the first line.",
                [] { return RunCurrent(); });
-    CLI::App & set = AddCommand(
-        units, "set", "changes the unit in force for a category and saves the choice",
-        "Sets the unit of CATEGORY to the unit NAME and saves all choices in the user's\n"
-        "application_units.ini, written whole through a temporary file. NAME is a name the settings\n"
-        "file can keep: a spelling such as feet, metre, us survey feet, square meters, dms,\n"
-        "degrees minutes seconds, an option such as US gallons, or a composed name: an axis order\n"
-        "and a length (ENH:feet, NEH:meters), LATLONALT:degrees, or a compass bearing\n"
-        "N:CW:decimal degrees[:90:UP]. A name that reads no unit changes nothing and exits 1.\n"
-        "CATEGORY, in any case: " + CurrentCategoryNames() + "\n"
-        "Example: qelta units set distance feet",
-        [arguments] { return RunSet(*arguments); });
+    CLI::App & set =
+        AddCommand(units, "set", "changes the unit in force for a category and saves the choice",
+                   "Sets the unit of CATEGORY to the unit NAME and saves all choices in the user's\n"
+                   "application_units.ini, written whole through a temporary file. NAME is a name the settings\n"
+                   "file can keep: a spelling such as feet, metre, us survey feet, square meters, dms,\n"
+                   "degrees minutes seconds, an option such as US gallons, or a composed name: an axis order\n"
+                   "and a length (ENH:feet, NEH:meters), LATLONALT:degrees, or a compass bearing\n"
+                   "N:CW:decimal degrees[:90:UP]. A name that reads no unit changes nothing and exits 1.\n"
+                   "CATEGORY, in any case: " +
+                       CurrentCategoryNames() +
+                       "\n"
+                       "Example: qelta units set distance feet",
+                   [arguments] { return RunSet(*arguments); });
     set.add_option("CATEGORY", arguments->set_category, "the kind of quantity")
         ->required()
         ->check(CLI::Validator(
@@ -397,16 +400,16 @@ void AddUnitsCommand(CLI::App & qelta) {
             },
             "CATEGORY"));
     set.add_option("NAME", arguments->set_name, "the unit")->required();
-    CLI::App & detect = AddCommand(
-        units, "detect", "the unit that a value's suffixes or a column label names",
-        "For each LABEL prints the label, a tab and the name of the unit it names, or '-'. A value's\n"
-        "suffixes are read first (5'6\" is feet and inches, 12° 30' 15\" degrees, minutes and\n"
-        "seconds, 12.5 cm centimetres); a column label is read by the unit word in its last bracket or\n"
-        "its last word (\"Easting (ft)\", \"Dist [m]\", \"Angle DMS\"). --category narrows the search; a\n"
-        "COORDINATE length takes the axis order of the coordinate unit in force. Exits 1 when a label\n"
-        "names no unit.\n"
-        "Example: qelta units detect \"Easting (ft)\" \"Dist [m]\" \"Angle DMS\" --category distance",
-        [arguments] { return RunDetect(*arguments); });
+    CLI::App & detect =
+        AddCommand(units, "detect", "the unit that a value's suffixes or a column label names",
+                   "For each LABEL prints the label, a tab and the name of the unit it names, or '-'. A value's\n"
+                   "suffixes are read first (5'6\" is feet and inches, 12° 30' 15\" degrees, minutes and\n"
+                   "seconds, 12.5 cm centimetres); a column label is read by the unit word in its last bracket or\n"
+                   "its last word (\"Easting (ft)\", \"Dist [m]\", \"Angle DMS\"). --category narrows the search; a\n"
+                   "COORDINATE length takes the axis order of the coordinate unit in force. Exits 1 when a label\n"
+                   "names no unit.\n"
+                   "Example: qelta units detect \"Easting (ft)\" \"Dist [m]\" \"Angle DMS\" --category distance",
+                   [arguments] { return RunDetect(*arguments); });
     detect.add_option("LABEL", arguments->labels, "values or column labels")->required();
     detect.add_option("--category", arguments->detect_category, "the kind of quantity to look for")
         ->check(CLI::Validator(

@@ -35,7 +35,7 @@ std::uint64_t LargestPrefetchableRegion(StringView const & text);
 namespace QELTA {
 struct OSInformation;
 struct HardwareInformation;
-}
+} // namespace QELTA
 
 namespace QELTA::Internal {
 

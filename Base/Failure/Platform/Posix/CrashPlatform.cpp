@@ -228,7 +228,8 @@ void FindSymbol(char const * path, unsigned long long file_offset, char * out, s
         bool found = false;
         for (unsigned long long first = 0; first < count && !found; first += symbols_per_read) {
             unsigned long long const chunk = count - first < symbols_per_read ? count - first : symbols_per_read;
-            if (!ReadAt(descriptor, s_symbols, chunk * sizeof(Elf64_Sym), symbols.sh_offset + first * sizeof(Elf64_Sym))) {
+            if (!ReadAt(descriptor, s_symbols, chunk * sizeof(Elf64_Sym),
+                        symbols.sh_offset + first * sizeof(Elf64_Sym))) {
                 break;
             }
             for (unsigned long long i = 0; i < chunk; ++i) {
@@ -271,7 +272,8 @@ void Describe(unsigned long long address, unsigned long long lookup, CrashFrame 
 }
 
 // The instruction and frame pointers of a processor state.
-void ProgramCounters(ucontext_t const & context, unsigned long long & instruction, unsigned long long & frame) noexcept {
+void ProgramCounters(ucontext_t const & context, unsigned long long & instruction,
+                     unsigned long long & frame) noexcept {
 #if defined(__x86_64__)
     instruction = static_cast<unsigned long long>(context.uc_mcontext.gregs[REG_RIP]);
     frame = static_cast<unsigned long long>(context.uc_mcontext.gregs[REG_RBP]);
@@ -298,19 +300,17 @@ void AppendRegisters(ucontext_t const & context, SafeText<N> & out) noexcept {
 #if defined(__x86_64__)
     static constexpr char const * names[] = {"rip", "rsp", "rbp", "rax", "rbx", "rcx", "rdx", "rsi", "rdi",
                                              "r8",  "r9",  "r10", "r11", "r12", "r13", "r14", "r15", "eflags"};
-    static constexpr int indices[] = {REG_RIP, REG_RSP, REG_RBP, REG_RAX, REG_RBX, REG_RCX,
-                                      REG_RDX, REG_RSI, REG_RDI, REG_R8,  REG_R9,  REG_R10,
-                                      REG_R11, REG_R12, REG_R13, REG_R14, REG_R15, REG_EFL};
+    static constexpr int indices[] = {REG_RIP, REG_RSP, REG_RBP, REG_RAX, REG_RBX, REG_RCX, REG_RDX, REG_RSI, REG_RDI,
+                                      REG_R8,  REG_R9,  REG_R10, REG_R11, REG_R12, REG_R13, REG_R14, REG_R15, REG_EFL};
     for (std::size_t i = 0; i < sizeof(indices) / sizeof(indices[0]); ++i) {
         add(names[i], static_cast<unsigned long long>(context.uc_mcontext.gregs[indices[i]]));
     }
 #elif defined(__aarch64__)
     add("pc", context.uc_mcontext.pc);
     add("sp", context.uc_mcontext.sp);
-    static constexpr char const * names[] = {"x0",  "x1",  "x2",  "x3",  "x4",  "x5",  "x6",  "x7",
-                                             "x8",  "x9",  "x10", "x11", "x12", "x13", "x14", "x15",
-                                             "x16", "x17", "x18", "x19", "x20", "x21", "x22", "x23",
-                                             "x24", "x25", "x26", "x27", "x28", "x29", "x30"};
+    static constexpr char const * names[] = {
+        "x0",  "x1",  "x2",  "x3",  "x4",  "x5",  "x6",  "x7",  "x8",  "x9",  "x10", "x11", "x12", "x13", "x14", "x15",
+        "x16", "x17", "x18", "x19", "x20", "x21", "x22", "x23", "x24", "x25", "x26", "x27", "x28", "x29", "x30"};
     for (int i = 0; i < 31; ++i) {
         add(names[i], context.uc_mcontext.regs[i]);
     }
@@ -534,7 +534,8 @@ bool CrashPlatform::WriteDump(CrashFault const & fault, CrashInspection const & 
         return false;
     }
     unsigned int const version[2] = {Layout::version, 0};
-    bool ok = WriteAll(descriptor, Layout::magic, sizeof(Layout::magic)) && WriteAll(descriptor, version, sizeof(version));
+    bool ok =
+        WriteAll(descriptor, Layout::magic, sizeof(Layout::magic)) && WriteAll(descriptor, version, sizeof(version));
 
     SafeText<64> record;
     AppendValue(static_cast<int>(fault.signal), record);
@@ -543,7 +544,8 @@ bool CrashPlatform::WriteDump(CrashFault const & fault, CrashInspection const & 
     AppendValue(static_cast<unsigned long long>(inspection.instruction), record);
     AppendValue(static_cast<unsigned int>(getpid()), record);
     AppendValue(static_cast<unsigned int>(gettid()), record);
-    AppendValue(static_cast<unsigned long long>(now.tv_sec) * 1000000000ull + static_cast<unsigned long long>(now.tv_nsec),
+    AppendValue(static_cast<unsigned long long>(now.tv_sec) * 1000000000ull +
+                    static_cast<unsigned long long>(now.tv_nsec),
                 record);
     ok = ok && WriteRecord(descriptor, Layout::FAULT, record.data(), record.size());
 
@@ -570,7 +572,8 @@ bool CrashPlatform::WriteDump(CrashFault const & fault, CrashInspection const & 
         unsigned int const module_size = static_cast<unsigned int>(std::strlen(frame.module));
         unsigned int const symbol_size = static_cast<unsigned int>(std::strlen(frame.symbol));
         unsigned long long const numbers[2] = {frame.address, frame.offset};
-        unsigned int const head[2] = {Layout::FRAME, static_cast<unsigned int>(sizeof(numbers) + 8 + module_size + symbol_size)};
+        unsigned int const head[2] = {Layout::FRAME,
+                                      static_cast<unsigned int>(sizeof(numbers) + 8 + module_size + symbol_size)};
         ok = WriteAll(descriptor, head, sizeof(head)) && WriteAll(descriptor, numbers, sizeof(numbers)) &&
              WriteAll(descriptor, &module_size, 4) && WriteAll(descriptor, frame.module, module_size) &&
              WriteAll(descriptor, &symbol_size, 4) && WriteAll(descriptor, frame.symbol, symbol_size);

@@ -3,10 +3,10 @@
 #include "Base/Host/Platform/ProcessPlatform.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <cctype>
 #include <cstring>
 #include <fcntl.h>
 #include <mutex>
@@ -312,7 +312,8 @@ long long ProcessPlatform::ReadAvailable(int descriptor, String & out, unsigned 
     char buffer[read_chunk];
     unsigned long long total = 0;
     while (total < limit) {
-        std::size_t const wanted = static_cast<std::size_t>(std::min<unsigned long long>(sizeof(buffer), limit - total));
+        std::size_t const wanted =
+            static_cast<std::size_t>(std::min<unsigned long long>(sizeof(buffer), limit - total));
         ssize_t const count = read(descriptor, buffer, wanted);
         if (count > 0) {
             out.append(buffer, static_cast<unsigned int>(count));
@@ -380,7 +381,9 @@ int ProcessPlatform::Reap(SpawnedProcess & process) noexcept {
             result = waitpid(static_cast<pid_t>(process.id), &status, 0);
         } while (result < 0 && errno == EINTR);
         if (result > 0) {
-            code = WIFEXITED(status) ? WEXITSTATUS(status) : WIFSIGNALED(status) ? signal_exit_base + WTERMSIG(status) : -1;
+            code = WIFEXITED(status)     ? WEXITSTATUS(status)
+                   : WIFSIGNALED(status) ? signal_exit_base + WTERMSIG(status)
+                                         : -1;
         }
     }
     CloseQuietly(process.handle);
@@ -517,7 +520,8 @@ bool ProcessPlatform::ShowInFileManager(StringView const & file) {
             return true;
         }
     }
-    std::string const folder = path.substr(0, path.find_last_of('/') == std::string::npos ? 0 : path.find_last_of('/') + 1);
+    std::string const folder =
+        path.substr(0, path.find_last_of('/') == std::string::npos ? 0 : path.find_last_of('/') + 1);
     return RunHelper(open_program, {folder.empty() ? std::string(".") : folder}, false) == 0;
 }
 
