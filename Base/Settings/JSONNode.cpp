@@ -11,6 +11,9 @@
 #include "Base/Time/Time.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <ostream>
@@ -155,17 +158,140 @@ TranslatedString Direct(StringView const & text) {
     return TranslatedString::DirectString(text);
 }
 
-// An owned child on its way into the tree.
-using Pending = std::unique_ptr<JSONNode>;
+// A String that shows bytes it does not own: with a capacity of 0 it never frees them, and a
+// change that needs room starts from fresh storage, so such a text is replaced, never grown.
+class BorrowedText : public String {
+  public:
+    BorrowedText(char * text, unsigned int size) noexcept {
+        data_ = text;
+        size_ = size;
+    }
+};
+
+// The same for the children of a node.
+class BorrowedNodes : public Buffer<JSONNode *> {
+  public:
+    BorrowedNodes(JSONNode ** nodes, unsigned int size) noexcept {
+        data_ = nodes;
+        size_ = size;
+    }
+};
+
+template <class T>
+bool IsBorrowed(Buffer<T> const & buffer) noexcept {
+    return buffer.capacity() == 0 && !buffer.isEmpty();
+}
 
 } // namespace
+
+// Bump allocation in blocks that double up to a limit; a request too large for the current
+// block gets a block of its own. Nothing is freed before the arena, which goes when its last
+// owner releases it (owners may sit in different threads once a tree has been moved apart).
+class JSONNode::Arena {
+  public:
+    Arena() = default;
+    Arena(Arena const &) = delete;
+    Arena & operator=(Arena const &) = delete;
+
+    void retain() noexcept { owners_.fetch_add(1, std::memory_order_relaxed); }
+    static void Release(Arena * arena) noexcept {
+        if (arena->owners_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+            delete arena;
+        }
+    }
+    bool isEmpty() const noexcept { return blocks_ == nullptr; }
+
+    // A new node of the arena, as JSONNode() or, given a name, as JSONNode(name).
+    JSONNode * makeNode(StringView const * name) {
+        auto * const node = ::new (allocate(sizeof(JSONNode), alignof(JSONNode))) JSONNode();
+        node->in_arena_ = true;
+        node->arena_ = this;
+        if (name != nullptr) {
+            node->name_ = text(*name);
+            node->type_ = OBJECT;
+        }
+        return node;
+    }
+    // A zero-terminated copy of `text` in the arena; the empty text for an empty one.
+    String text(StringView const & text) {
+        if (text.isEmpty()) {
+            return String();
+        }
+        auto * const bytes = static_cast<char *>(allocate(text.size() + 1u, 1));
+        std::memcpy(bytes, text.data(), text.size());
+        bytes[text.size()] = 0;
+        return BorrowedText(bytes, text.size());
+    }
+    // A copy of `count` node pointers in the arena.
+    Buffer<JSONNode *> nodes(JSONNode * const * nodes, unsigned int count) {
+        auto * const copy = static_cast<JSONNode **>(allocate(sizeof(JSONNode *) * count, alignof(JSONNode *)));
+        std::memcpy(copy, nodes, sizeof(JSONNode *) * count);
+        return BorrowedNodes(copy, count);
+    }
+
+  private:
+    static constexpr std::size_t first_block = 4096;
+    static constexpr std::size_t largest_block = 1u << 20;
+
+    struct Block {
+        Block * previous;
+    };
+    static constexpr std::size_t header =
+        (sizeof(Block) + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
+
+    ~Arena() {
+        while (blocks_ != nullptr) {
+            Block * const previous = blocks_->previous;
+            ::operator delete(blocks_);
+            blocks_ = previous;
+        }
+    }
+
+    void * allocate(std::size_t bytes, std::size_t alignment) {
+        auto const at = (reinterpret_cast<std::uintptr_t>(next_) + alignment - 1) & ~(alignment - 1);
+        if (next_ != nullptr && at + bytes <= reinterpret_cast<std::uintptr_t>(end_)) {
+            next_ = reinterpret_cast<char *>(at + bytes);
+            return reinterpret_cast<void *>(at);
+        }
+        return allocateBlock(bytes);
+    }
+
+    void * allocateBlock(std::size_t bytes) {
+        if (bytes > next_size_ / 4) {
+            // Kept apart, behind the current block, so that its free room stays in use.
+            auto * const block = static_cast<Block *>(::operator new(header + bytes));
+            if (blocks_ == nullptr) {
+                block->previous = nullptr;
+                blocks_ = block;
+            } else {
+                block->previous = blocks_->previous;
+                blocks_->previous = block;
+            }
+            return reinterpret_cast<char *>(block) + header;
+        }
+        auto * const block = static_cast<Block *>(::operator new(next_size_));
+        block->previous = blocks_;
+        blocks_ = block;
+        next_ = reinterpret_cast<char *>(block) + header + bytes;
+        end_ = reinterpret_cast<char *>(block) + next_size_;
+        next_size_ = std::min(next_size_ * 2, largest_block);
+        return reinterpret_cast<char *>(block) + header;
+    }
+
+    Block * blocks_ = nullptr;
+    char * next_ = nullptr;
+    char * end_ = nullptr;
+    std::size_t next_size_ = first_block;
+    std::atomic<unsigned int> owners_{1};
+};
 
 // The cursor of the reader over the scanner's current line, kept in registers and handed back to
 // the scanner before each call that reads it. `ended` records that nextLine() failed: the line
 // then counts as used up, so that no step reads the last line twice.
 class JSONNode::Reader {
   public:
-    explicit Reader(Scanner & scanner) : scanner_(scanner) { load(); }
+    // Without an arena, the nodes and texts read go on the heap.
+    explicit Reader(Scanner & scanner, Arena * arena = nullptr) : scanner_(scanner), arena_(arena) { load(); }
     ~Reader() { store(); }
     Reader(Reader const &) = delete;
     Reader & operator=(Reader const &) = delete;
@@ -178,14 +304,25 @@ class JSONNode::Reader {
     void readData(JSONNode & node);
 
   private:
+    struct Disposer {
+        void operator()(JSONNode * node) const noexcept { Dispose(node); }
+    };
+    // An owned child on its way into the tree.
+    using Pending = std::unique_ptr<JSONNode, Disposer>;
+
     // A container being read: its body runs one member a turn. `owned` nodes are not attached yet
     // (the node of the first frame is the caller's); `separator` is set when the container's
-    // value came from parseJSONContent, whose separator step runs once the body has ended.
+    // value came from parseJSONContent, whose separator step runs once the body has ended. The
+    // children of a node in the arena wait in `siblings_` from `first` on, and move into the
+    // arena, as one block of the exact size, when the container ends; they enter the node's name
+    // table at once, since the next name is checked against it.
     struct Frame {
         JSONNode * node;
+        unsigned int first;
         bool array;
         bool owned;
         bool separator;
+        bool gathered;
     };
 
     enum class Turn { GO_ON, ENDED };
@@ -235,8 +372,21 @@ class JSONNode::Reader {
     void readWord(JSONNode & node);
     // parseJSON on a new child: Content as above, the child still held by `child` unless pushed.
     Content named(Pending & child);
+    void push(JSONNode & node, bool array, bool owned, bool separator);
+    // Gives a read child to the container of `frame`.
+    void adopt(Frame const & frame, JSONNode * child);
+    // Hands the waiting children of an ended container to its node.
+    void finish(Frame const & frame);
+    // A new child: as JSONNode(*name) (an OBJECT, whatever the name), or without one as JSONNode().
+    Pending make(StringView const * name = nullptr);
+    // Sets (or, with `append`, extends) the value of a node.
+    void put(JSONNode & node, StringView const & text, bool append);
 
     Scanner & scanner_;
+    Arena * const arena_;
+    // Where a value is put together before it goes to its node.
+    String scratch_;
+    Buffer<JSONNode *> siblings_;
     char const * line_ = nullptr;
     unsigned int size_ = 0;
     unsigned int position_ = 0;
@@ -316,9 +466,30 @@ bool JSONNode::Reader::separator() {
     }
 }
 
+JSONNode::Reader::Pending JSONNode::Reader::make(StringView const * name) {
+    if (arena_ != nullptr) {
+        return Pending(arena_->makeNode(name));
+    }
+    return Pending(name == nullptr ? new JSONNode() : new JSONNode(*name));
+}
+
+void JSONNode::Reader::put(JSONNode & node, StringView const & text, bool append) {
+    if (arena_ != nullptr && node.in_arena_ && (!append || node.value_.isEmpty())) {
+        node.value_ = arena_->text(text);
+    } else if (append) {
+        if (IsBorrowed(node.value_)) {
+            node.value_ = String(node.value_.view());
+        }
+        node.value_.append(text);
+    } else {
+        node.assignValue(text);
+    }
+}
+
 void JSONNode::Reader::readNumber(JSONNode & node, char first) {
     node.type_ = NUMBER;
-    node.value_.append(first);
+    scratch_.clear();
+    scratch_.append(first);
     bool const skip_blanks = scanner_.ignoreWhiteSpace();
     unsigned int start = position_;
     while (position_ < size_) {
@@ -326,32 +497,34 @@ void JSONNode::Reader::readNumber(JSONNode & node, char first) {
         if (IsNumberByte(c)) {
             ++position_;
         } else if (skip_blanks && IsBlank(c)) {
-            node.value_.append(StringView(line_ + start, position_ - start));
+            scratch_.append(StringView(line_ + start, position_ - start));
             start = ++position_;
         } else {
             break;
         }
     }
-    node.value_.append(StringView(line_ + start, position_ - start));
+    scratch_.append(StringView(line_ + start, position_ - start));
+    put(node, scratch_.view(), true);
 }
 
 void JSONNode::Reader::readData(JSONNode & node) {
     store();
-    node.value_ = scanner_.getNext();
-    while (!node.value_.isEmpty() && node.value_.last() == '\\') {
+    scratch_ = scanner_.getNext();
+    while (!scratch_.isEmpty() && scratch_.last() == '\\') {
         unsigned int run = 0;
-        while (run < node.value_.size() && node.value_[node.value_.size() - 1 - run] == '\\') {
+        while (run < scratch_.size() && scratch_[scratch_.size() - 1 - run] == '\\') {
             ++run;
         }
         if (run % 2 == 0) {
             break; // an escaped backslash: the quote that ended the token was real
         }
-        node.value_.removeLast();
-        node.value_.append('"');
-        node.value_.append(scanner_.getNext());
+        scratch_.removeLast();
+        scratch_.append('"');
+        scratch_.append(scanner_.getNext());
     }
     load();
-    ConvertFromJSONString(node.value_);
+    ConvertFromJSONString(scratch_);
+    put(node, scratch_.view(), false);
 }
 
 // An unquoted array member: its bytes up to a separator or ']'.
@@ -371,7 +544,7 @@ void JSONNode::Reader::readWord(JSONNode & node) {
     } else {
         node.type_ = STRING; // unquoted text is accepted as a string
     }
-    node.value_ = word;
+    put(node, word, false);
 }
 
 JSONNode::Reader::Content JSONNode::Reader::content(JSONNode & node, char c, bool owned) {
@@ -389,27 +562,27 @@ JSONNode::Reader::Content JSONNode::Reader::content(JSONNode & node, char c, boo
     case '[':
     case '{':
         node.type_ = c == '[' ? ARRAY : OBJECT;
-        stack_.add(Frame{&node, c == '[', owned, true});
+        push(node, c == '[', owned, true);
         return Content::PUSHED;
     // The tail of each word is taken on trust: "tree" reads as true.
     case 't':
         node.type_ = BOOLEAN;
-        node.value_.append('T');
+        put(node, StringView("T"), true);
         position_ += 3;
         break;
     case 'f':
         node.type_ = BOOLEAN;
-        node.value_.append('F');
+        put(node, StringView("F"), true);
         position_ += 4;
         break;
     case 'n':
         node.type_ = STRING;
-        node.value_.clear();
+        put(node, StringView(), false);
         position_ += 3;
         break;
     case 'N':
         node.type_ = NUMBER;
-        node.value_.clear();
+        put(node, StringView(), false);
         position_ += 2;
         break;
     default:
@@ -474,13 +647,13 @@ JSONNode::Reader::Turn JSONNode::Reader::objectTurn(Frame const & frame) {
             store();
             throw Exception(DuplicateChildErrorString(name, scanner_), ErrorTitle(), false);
         }
-        child.reset(new JSONNode(name));
+        child = make(&name);
         result = named(child);
         break;
     }
     case '[':
     case '{':
-        child.reset(new JSONNode());
+        child = make();
         result = content(*child, c, true);
         if (result == Content::PUSHED) {
             child.release();
@@ -492,12 +665,11 @@ JSONNode::Reader::Turn JSONNode::Reader::objectTurn(Frame const & frame) {
     if (result == Content::PUSHED) {
         return Turn::GO_ON;
     }
-    node.attach(child.release());
+    adopt(frame, child.release());
     return result == Content::CLOSED ? Turn::ENDED : Turn::GO_ON;
 }
 
 JSONNode::Reader::Turn JSONNode::Reader::arrayTurn(Frame const & frame) {
-    JSONNode & node = *frame.node;
     if (!skipSeparators()) {
         return Turn::ENDED;
     }
@@ -509,7 +681,7 @@ JSONNode::Reader::Turn JSONNode::Reader::arrayTurn(Frame const & frame) {
         ++position_;
         return Turn::ENDED;
     }
-    Pending child(new JSONNode());
+    Pending child = make();
     if (c == '{' || c == '[') {
         ++position_;
         Content const result = content(*child, c, true);
@@ -517,7 +689,7 @@ JSONNode::Reader::Turn JSONNode::Reader::arrayTurn(Frame const & frame) {
             child.release();
             return Turn::GO_ON;
         }
-        node.attach(child.release());
+        adopt(frame, child.release());
         return result == Content::CLOSED ? Turn::ENDED : Turn::GO_ON;
     }
     if (c == '"') {
@@ -529,8 +701,30 @@ JSONNode::Reader::Turn JSONNode::Reader::arrayTurn(Frame const & frame) {
     } else {
         readWord(*child);
     }
-    node.attach(child.release());
+    adopt(frame, child.release());
     return Turn::GO_ON;
+}
+
+void JSONNode::Reader::push(JSONNode & node, bool array, bool owned, bool separator) {
+    bool const gathered = arena_ != nullptr && node.in_arena_ && node.children_.isEmpty();
+    stack_.add(Frame{&node, siblings_.size(), array, owned, separator, gathered});
+}
+
+void JSONNode::Reader::adopt(Frame const & frame, JSONNode * child) {
+    if (frame.gathered) {
+        frame.node->enterName(child);
+        siblings_.add(child);
+    } else {
+        frame.node->attach(child);
+    }
+}
+
+void JSONNode::Reader::finish(Frame const & frame) {
+    unsigned int const count = siblings_.size() - frame.first;
+    if (frame.gathered && count != 0) {
+        frame.node->children_ = arena_->nodes(siblings_.data() + frame.first, count);
+        siblings_.setSize(frame.first);
+    }
 }
 
 bool JSONNode::Reader::run() {
@@ -545,20 +739,25 @@ bool JSONNode::Reader::run() {
             while (true) {
                 Frame const done = stack_.last();
                 bool const closed = done.separator && separator();
+                finish(done);
                 stack_.removeLast();
                 if (stack_.isEmpty()) {
                     return closed;
                 }
-                stack_.last().node->attach(done.node);
+                adopt(stack_.last(), done.node);
                 if (!closed) {
                     break;
                 }
             }
         }
     } catch (...) {
+        for (JSONNode * const child : siblings_) {
+            Dispose(child);
+        }
+        siblings_.clear();
         for (Frame const & frame : stack_) {
             if (frame.owned) {
-                delete frame.node;
+                Dispose(frame.node);
             }
         }
         stack_.clear();
@@ -593,12 +792,12 @@ bool JSONNode::Reader::parseJSONContent(JSONNode & node, char c) {
 }
 
 void JSONNode::Reader::readChildrenNodes(JSONNode & node) {
-    stack_.add(Frame{&node, false, false, false});
+    push(node, false, false, false);
     run();
 }
 
 void JSONNode::Reader::readArray(JSONNode & node) {
-    stack_.add(Frame{&node, true, false, false});
+    push(node, true, false, false);
     run();
 }
 
@@ -637,7 +836,14 @@ JSONNode::JSONNode(JSONNode const & other) : JSONNode(other.name_.view()) {
 
 JSONNode::JSONNode(JSONNode && other) noexcept
     : children_(std::move(other.children_)), named_children_(std::move(other.named_children_)), name_(other.name_),
-      value_(std::move(other.value_)), type_(other.type_) {
+      value_(std::move(other.value_)), type_(other.type_), arena_(other.arena_) {
+    if (other.in_arena_) {
+        if (arena_ != nullptr) {
+            arena_->retain(); // what was taken may live in the arena of the tree it came from
+        }
+    } else {
+        other.arena_ = nullptr; // the share passes to this node
+    }
     other.type_ = ROOT;
 }
 
@@ -652,12 +858,35 @@ JSONNode & JSONNode::operator=(JSONNode const & other) {
     named_children_ = std::move(copy.named_children_);
     value_ = std::move(copy.value_);
     type_ = copy.type_;
+    if (arena_ != nullptr && !in_arena_) {
+        Arena::Release(arena_); // nothing of this node lives there any more
+        arena_ = nullptr;
+    }
     return *this;
 }
 
 JSONNode::~JSONNode() {
     if (!children_.isEmpty()) {
         deleteChildren();
+    }
+    if (arena_ != nullptr && !in_arena_) {
+        Arena::Release(arena_);
+    }
+}
+
+void JSONNode::Dispose(JSONNode * node) noexcept {
+    if (node->in_arena_) {
+        node->~JSONNode();
+    } else {
+        delete node;
+    }
+}
+
+void JSONNode::assignValue(StringView const & text) {
+    if (value_.capacity() == 0) {
+        value_ = String(text); // a borrowed text is replaced, never written into
+    } else {
+        value_ = text;
     }
 }
 
@@ -679,7 +908,7 @@ void JSONNode::deleteChildren() noexcept {
             node->children_.clear();
             stack.removeLast();
             if (node != this) {
-                delete node;
+                Dispose(node);
             }
             continue;
         }
@@ -688,7 +917,7 @@ void JSONNode::deleteChildren() noexcept {
             __builtin_prefetch(node->children_[frame.next]);
         }
         if (child->children_.isEmpty()) {
-            delete child;
+            Dispose(child);
         } else {
             stack.add(Frame{child, 0});
         }
@@ -696,7 +925,18 @@ void JSONNode::deleteChildren() noexcept {
 }
 
 void JSONNode::attach(JSONNode * child) {
+    addChild(child);
+    enterName(child);
+}
+
+void JSONNode::addChild(JSONNode * child) {
+    if (IsBorrowed(children_)) {
+        children_ = Buffer<JSONNode *>(children_.data(), children_.size()); // never grown in place
+    }
     children_.add(child);
+}
+
+void JSONNode::enterName(JSONNode * child) {
     if (!child->name_.isEmpty()) {
         if (!named_children_) {
             named_children_ = std::make_unique<NameTable>();
@@ -726,7 +966,7 @@ JSONNode::JSONNode(Scanner & scanner) : JSONNode() {
     }
     unsigned int const brace = scanner.currentLine().indexOf('{', scanner.linePosition());
     scanner.setLinePosition(brace == String::not_found ? scanner.getLineLength() : brace + 1);
-    readChildrenNodes(scanner);
+    readOwnChildren(scanner);
 }
 
 JSONNode::JSONNode(File & file) : JSONNode() {
@@ -737,7 +977,7 @@ JSONNode::JSONNode(File & file) : JSONNode() {
             unsigned int const brace = scanner.currentLine().indexOf('{');
             scanner.setLinePosition(brace == String::not_found ? scanner.getLineLength() : brace + 1);
             scanner.setDelimiter('"');
-            readChildrenNodes(scanner);
+            readOwnChildren(scanner);
             return;
         }
     }
@@ -756,7 +996,21 @@ JSONNode::JSONNode(String const & name, StringView const & text) : JSONNode(name
     Scanner scanner(text, '|');
     scanner.setLinePosition(found + pattern.size() - 1);
     scanner.setDelimiter('"');
-    parseJSON(scanner);
+    arena_ = new Arena();
+    Reader reader(scanner, arena_);
+    reader.parseJSON(*this);
+}
+
+void JSONNode::readOwnChildren(Scanner & scanner) {
+    arena_ = new Arena();
+    {
+        Reader reader(scanner, arena_);
+        reader.readChildrenNodes(*this);
+    }
+    if (arena_->isEmpty()) {
+        Arena::Release(arena_);
+        arena_ = nullptr;
+    }
 }
 
 JSONNode JSONNode::ParseText(StringView const & text) {
@@ -768,7 +1022,7 @@ JSONNode JSONNode::ParseText(StringView const & text) {
             unsigned int const brace = scanner.currentLine().indexOf('{');
             scanner.setLinePosition(brace == String::not_found ? scanner.getLineLength() : brace + 1);
             scanner.setDelimiter('"');
-            node.readChildrenNodes(scanner);
+            node.readOwnChildren(scanner);
             break;
         }
     }
@@ -825,7 +1079,7 @@ bool JSONNode::isTrue() const noexcept {
 JSONNode & JSONNode::createChildNode(NodeType type) {
     auto * const child = new JSONNode();
     child->type_ = type;
-    children_.add(child);
+    addChild(child);
     return *child;
 }
 
@@ -844,14 +1098,14 @@ void JSONNode::remove(StringView const & name) {
         if (children_[i]->name_.view() == name) {
             JSONNode * const child = children_[i];
             children_.removeIndex(i);
-            delete child;
+            Dispose(child);
         }
     }
 }
 
 JSONNode & JSONNode::operator=(StringView const & text) {
     type_ = STRING;
-    value_ = text;
+    assignValue(text);
     return *this;
 }
 
@@ -859,7 +1113,7 @@ JSONNode & JSONNode::operator=(Time const & time) {
     type_ = STRING;
     StringAllocatingView text;
     time.appendTo(text, false, time_format);
-    value_ = text.view();
+    assignValue(text.view());
     return *this;
 }
 

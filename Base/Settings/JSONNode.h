@@ -6,6 +6,12 @@
 // build, copy, write and drop. A tree belongs to one thread; reading a tree shared by threads is
 // safe while nothing writes, but operator[] on a non-const node may add a child.
 //
+// A tree that a constructor or ParseText reads keeps the nodes it read, with their names and
+// values, in blocks of its own instead of one heap block per node and text; the blocks go with
+// the last node that needs them. So a node may be moved out of such a tree and outlive it, and
+// nodes added later are ordinary heap nodes. The protected reading steps, called on a node that
+// already exists, put what they read on the heap.
+//
 // The JSON reader is lenient by design (see the class comment) and walks its input with an
 // explicit stack, never recursing on depth. It raises an Exception titled "JSON Error" for three
 // faults only: an unexpected byte where a value or a separator must stand, a name given twice in
@@ -130,7 +136,7 @@ class QELTA_BASE_EXPORT JSONNode {
     void setType(NodeType type) noexcept { type_ = type; }
     String const & value() const noexcept { return value_; }
     // The text as it is written: a number's digits, a string unescaped. The type stays.
-    void setValue(StringView const & text) { value_ = text; }
+    void setValue(StringView const & text) { assignValue(text); }
     // A BOOLEAN's truth: the first byte is 'T', 't' or '1'.
     bool isTrue() const noexcept;
 
@@ -209,25 +215,43 @@ class QELTA_BASE_EXPORT JSONNode {
   private:
     class Reader;
     class YAMLReader;
+    // The blocks that hold the nodes and texts of one read, shared by the nodes that refer to it.
+    class Arena;
 
     // Deletes the children, deep, without recursion.
     void deleteChildren() noexcept;
+    // Frees a node that its parent gave up: deletes it, or destroys it in its arena.
+    static void Dispose(JSONNode * node) noexcept;
+    // Reads the body of an object into this new node, its nodes kept in an arena of its own.
+    void readOwnChildren(Scanner & scanner);
+    // Sets the value, which may show the bytes of an arena.
+    void assignValue(StringView const & text);
     // Appends deep copies of the children of `from` to `to`, without recursion.
     static void CloneChildren(JSONNode const & from, JSONNode & to);
     // Appends `child`, owned from now on, and enters its name unless it is empty or taken.
     void attach(JSONNode * child);
+    // The two halves of attach.
+    void addChild(JSONNode * child);
+    void enterName(JSONNode * child);
     // The child of that name, or null.
     JSONNode * findNamed(StringView const & name) const noexcept;
     // The name table; a shared empty one while no child has a name.
     NameTable const & names() const noexcept;
 
+    // Shows a block of an arena, not owning it (capacity 0), while it is as the reader left it.
     Buffer<JSONNode *> children_;
     // Keyed by views of the children's own names; made with the first named child, so that the
     // many scalar nodes of a document stay small.
     std::unique_ptr<NameTable> named_children_;
     String name_;
+    // Shows bytes of an arena, not owning them (capacity 0), while it is as the reader left it.
     String value_;
     NodeType type_ = ROOT;
+    // This node and the bytes of its name live in `arena_`.
+    bool in_arena_ = false;
+    // For a node in an arena, the arena it lives in; for any other node, an arena it holds a
+    // share of (its children or value may live there), or null.
+    Arena * arena_ = nullptr;
 };
 
 } // namespace QELTA

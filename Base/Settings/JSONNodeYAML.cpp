@@ -169,7 +169,7 @@ void JSONNode::parseYAMLContent(StringView value) {
     value.trimWhiteSpace();
     if (!value.isEmpty() && value[0] == '"') {
         type_ = STRING; // not unescaped
-        value_ = value.substr(1, value.size() >= 2 ? value.size() - 1 : 1);
+        assignValue(value.substr(1, value.size() >= 2 ? value.size() - 1 : 1));
         return;
     }
     if (!value.isEmpty() && value[0] == '[') {
@@ -181,12 +181,12 @@ void JSONNode::parseYAMLContent(StringView value) {
         for (StringView part : inner.split(',', true)) {
             part.trimWhiteSpace();
             JSONNode & child = createChildNode(ScalarType(part));
-            child.value_ = part;
+            child.assignValue(part);
         }
         return;
     }
     type_ = ScalarType(value);
-    value_ = value;
+    assignValue(value);
 }
 
 } // namespace QELTA
