@@ -11,12 +11,11 @@
 #include "Base/Files/Scanner.h"
 #include "Base/Text/String.h"
 #include "Base/Text/StringAllocatingView.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
 
 namespace {
 
@@ -69,12 +68,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t siz
     if (size > 4096) {
         return 0;
     }
-    // An exact copy on the heap, so that a reader that looks one byte too far meets the sanitizer.
-    std::unique_ptr<char[]> const bytes(new char[size == 0 ? 1 : size]);
-    if (size != 0) {
-        std::memcpy(bytes.get(), data, size);
-    }
-    StringView const text(bytes.get(), static_cast<unsigned int>(size));
+    Fuzzing::ExactCopy const bytes(data, size);
+    StringView const text = bytes.view();
 
     RGBColor const hex = RGBColor::FromHexARGB(text);
     if (!(hex == RGBColor::ErrorColor()) && !(RGBColor::FromHexARGB(hex.getHexARGB().view()) == hex)) {

@@ -6,20 +6,19 @@
 #include "Base/Host/FontEngine.h"
 #include "Base/Logging/LogMessage.h"
 #include "Base/Text/String.h"
-#include "Base/Text/StringAllocatingView.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
 using namespace QELTA;
+using Fuzzing::CheckReadsBack;
+using Fuzzing::ExactCopy;
+using Fuzzing::ScratchFile;
 
 bool SameSize(double a, double b) {
     if (std::isnan(a) || std::isnan(b)) {
@@ -40,22 +39,14 @@ bool Same(Font const & a, Font const & b) {
            a.isOverline() == b.isOverline() && a.isStrike() == b.isStrike();
 }
 
-std::string SettingsPath() {
-    return "/dev/shm/qelta-fuzz-fonts-" + std::to_string(getpid()) + ".txt";
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     if (size > 4096) {
         return 0;
     }
-    // An exact copy on the heap, so that a reader that looks one byte too far meets the sanitizer.
-    std::unique_ptr<char[]> const bytes(new char[size == 0 ? 1 : size]);
-    if (size != 0) {
-        std::memcpy(bytes.get(), data, size);
-    }
-    StringView const text(bytes.get(), static_cast<unsigned int>(size));
+    ExactCopy const bytes(data, size);
+    StringView const text = bytes.view();
 
     FontEngine::ResetForTesting();
     Font body;
@@ -64,14 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t siz
     FontEngine::SetApplicationFont("Body", body);
 
     Font font;
-    StringStream<Font>::fromString(text, font);
-    StringAllocatingView printed;
-    StringStream<Font>::toString(font, printed);
-    Font again;
-    StringStream<Font>::fromString(printed.view(), again);
-    if (!Same(font, again)) {
-        std::abort();
-    }
+    CheckReadsBack(text, font, Font(), Same);
 
     Font working = font;
     for (unsigned int code : {0u, 1u, 3u, 37u, 97u, 108u}) {
@@ -79,11 +63,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t siz
     }
     (void)LogMessage(text, 0).messageBlocks(font);
 
-    static std::string const path = SettingsPath();
-    if (std::FILE * out = std::fopen(path.c_str(), "wb")) {
-        std::fwrite(data, 1, size, out);
-        std::fclose(out);
-    }
+    static ScratchFile const settings("fonts", ".txt");
+    std::string const & path = settings.fill(data, size);
     try {
         FontEngine::SetSettingsFile(File(String(path)));
         FontEngine::ReadFontSettings();

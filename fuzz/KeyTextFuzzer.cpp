@@ -5,19 +5,18 @@
 #include "Base/Host/KeyController.h"
 #include "Base/Language/TranslatedString.h"
 #include "Base/Text/String.h"
-#include "Base/Text/StringAllocatingView.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
 using namespace QELTA;
+using Fuzzing::CheckReadsBack;
+using Fuzzing::ExactCopy;
+using Fuzzing::ScratchFile;
 
 class FuzzKeys : public BasicKeyController {
   public:
@@ -30,43 +29,26 @@ class FuzzKeys : public BasicKeyController {
     bool handleKey(StringView const &, KeyEvent const &, DesignObjectLookup *, Camera *) override { return true; }
 };
 
-std::string SettingsPath() {
-    return "/dev/shm/qelta-fuzz-keys-" + std::to_string(getpid()) + ".ini";
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     if (size > 4096) {
         return 0;
     }
-    // An exact copy on the heap, so that a reader that looks one byte too far meets the sanitizer.
-    std::unique_ptr<char[]> const bytes(new char[size == 0 ? 1 : size]);
-    if (size != 0) {
-        std::memcpy(bytes.get(), data, size);
-    }
-    StringView const text(bytes.get(), static_cast<unsigned int>(size));
+    ExactCopy const bytes(data, size);
+    StringView const text = bytes.view();
 
     KeyEvent key(1, 2, 3);
-    StringStream<KeyEvent>::fromString(text, key);
-    StringAllocatingView printed;
-    StringStream<KeyEvent>::toString(key, printed);
-    KeyEvent again(4, 5, 6);
-    StringStream<KeyEvent>::fromString(printed.view(), again);
-    if (!(again == key)) {
-        std::abort();
-    }
+    CheckReadsBack(text, key, KeyEvent(4, 5, 6),
+                   [](KeyEvent const & value, KeyEvent const & again) { return again == value; });
     TranslatedString display;
     StringStream<KeyEvent>::toDisplayString(key, display);
     if (display.translation().isEmpty()) {
         std::abort();
     }
 
-    static std::string const path = SettingsPath();
-    if (std::FILE * out = std::fopen(path.c_str(), "wb")) {
-        std::fwrite(data, 1, size, out);
-        std::fclose(out);
-    }
+    static ScratchFile const settings("keys", ".ini");
+    std::string const & path = settings.fill(data, size);
     FuzzKeys keys;
     keys.setDefaultINIFile(File(String(path)));
     try {
