@@ -10,15 +10,10 @@
 #include "Base/Failure/Exception.h"
 #include "Base/Files/BinaryFile.h"
 #include "Base/Files/Compressor.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <memory>
-#include <random>
-#include <string>
 #include <vector>
 
 namespace {
@@ -28,12 +23,8 @@ using QELTA::BinaryFile;
 using QELTA::Buffer;
 using QELTA::Compressor;
 using QELTA::String;
-
-void Check(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
+using QELTA::Fuzzing::Check;
+using QELTA::Fuzzing::ScratchFile;
 
 // The targets of one read each, kept in place until the deferred blocks are filled.
 struct Targets {
@@ -91,34 +82,11 @@ void ReadOne(BinaryFile & file, Targets & targets, unsigned char kind) {
     }
 }
 
-// The file that stream mode reads, one for the process, removed at its end.
-class StreamFile {
-  public:
-    StreamFile()
-        : path_(std::filesystem::temp_directory_path() /
-                ("qelta-binary-fuzz-" + std::to_string(std::random_device()()) + ".bin")) {}
-    ~StreamFile() {
-        std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
-    }
-    // Holds exactly these bytes afterwards.
-    std::string const & fill(std::uint8_t const * data, std::size_t size) const {
-        std::FILE * const out = std::fopen(path_.c_str(), "wb");
-        Check(out != nullptr);
-        Check(size == 0 || std::fwrite(data, 1, size, out) == size);
-        Check(std::fclose(out) == 0);
-        return path_.native();
-    }
-
-  private:
-    std::filesystem::path path_;
-};
-
 void ReadFile(std::uint8_t const * data, std::size_t size) {
     unsigned char const switches = data[0];
     BinaryFile file;
     if ((switches & 16) != 0) {
-        static StreamFile const stream;
+        static ScratchFile const stream("binary", ".bin");
         file = BinaryFile(QELTA::File(stream.fill(data + 5, size - 5).c_str()));
         file.open(true);
     } else {

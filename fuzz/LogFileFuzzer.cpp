@@ -8,50 +8,23 @@
 #include "Base/Logging/LogMessage.h"
 #include "Base/Logging/MemoryInfoPipe.h"
 #include "Base/Text/String.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <random>
 #include <string>
+#include <string_view>
 
 namespace {
 
 using namespace QELTA;
 
-void Check(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
-
-// The file the reader reads, one for the process, removed at its end.
-class LogFile {
-  public:
-    LogFile()
-        : path_(std::filesystem::temp_directory_path() /
-                ("qelta-log-fuzz-" + std::to_string(std::random_device()()) + ".txt")) {}
-    ~LogFile() {
-        std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
-    }
-    std::string const & fill(std::uint8_t const * data, std::size_t size) const {
-        std::FILE * const out = std::fopen(path_.c_str(), "wb");
-        Check(out != nullptr);
-        Check(size == 0 || std::fwrite(data, 1, size, out) == size);
-        Check(std::fclose(out) == 0);
-        return path_.native();
-    }
-
-  private:
-    std::filesystem::path path_;
-};
+using Fuzzing::Check;
+using Fuzzing::ScratchFile;
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
-    static LogFile const file;
+    static ScratchFile const file("log", ".txt");
     std::string const & path = file.fill(data, size);
     std::string const bytes(reinterpret_cast<char const *>(data), size);
     std::size_t lines_with_text = 0;
