@@ -38,7 +38,6 @@ TEST(StatementParserTest, AppliesTermsStrictlyFromLeftToRight) {
         {"", 0.0},
         {"2+3*4", 20.0},
         {"(2+3)*4", 20.0},
-        {"4*(2+3)", 20.0},
         {"2^3^2", 64.0},
         {"2*(3+4)+1", 15.0},
         // After a ')' the waiting operator is '*', so a '-' there is the sign of a factor.
@@ -49,7 +48,6 @@ TEST(StatementParserTest, AppliesTermsStrictlyFromLeftToRight) {
         {"1/4", 0.25},
         {"10%4", 2.0},
         {"7.5%2", 1.5},
-        {"2^10", 1024.0},
         // Operators overwrite one another; a '-' behind an operator is a sign.
         {"2+*3", 6.0},
         {"2*-3", -6.0},
@@ -60,7 +58,6 @@ TEST(StatementParserTest, AppliesTermsStrictlyFromLeftToRight) {
         {"2*+3", 5.0},
         // Side by side: numbers add, a bracket replaces, after a bracket terms multiply.
         {"3 4", 7.0},
-        {"3 2", 5.0},
         {"3(2)", 2.0},
         {"2(3)4", 12.0},
         {"(2)3", 6.0},
