@@ -607,6 +607,17 @@ std::FILE * File::open(OpenMode mode, bool append) {
     return stream;
 }
 
+void File::writeText(StringView const & text) {
+    bool const opened = !isOpen();
+    if (opened) {
+        open(WRITE_TEXT_TEMP);
+    }
+    *this << text;
+    if (opened) {
+        close();
+    }
+}
+
 void File::close() {
     if (file_ptr_ == nullptr) {
         return;

@@ -194,6 +194,9 @@ class QELTA_BASE_EXPORT File : public String {
     std::FILE * open(OpenMode mode, bool append = false);
     // Closes the stream; a temporary write replaces the target here, in one step.
     void close();
+    // Writes `text` at the current place of an open stream and leaves it open; a closed file
+    // gets `text` as its whole content, through a temporary file that replaces it once complete.
+    void writeText(StringView const & text);
     void flush();
     // Makes the folder or an empty file, and the missing parents; `force` opens an existing file
     // too.

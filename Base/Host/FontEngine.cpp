@@ -315,9 +315,7 @@ void FontEngine::SaveFontSettings() {
         text.append(font_text.view());
         text.append(line_end);
     }
-    file.open(File::WRITE_TEXT_TEMP);
-    file << text.view();
-    file.close();
+    file.writeText(text.view());
 }
 
 void FontEngine::ResetForTesting() {

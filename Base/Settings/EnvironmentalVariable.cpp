@@ -119,9 +119,7 @@ void Persist(StringView const & name, StringView const & value, bool system, Log
         if (!replaced) {
             text.append(line.view()).append('\n');
         }
-        file.open(File::WRITE_TEXT_TEMP);
-        file << text.view();
-        file.close();
+        file.writeText(text.view());
         log.addMessage(log.index(), Filled(kept_text, name, file.view(), StringView()).view(), kept_level);
     } catch (Exception const & error) {
         log.addMessage(log.index(),

@@ -711,14 +711,7 @@ void INIFactory::writeToAsciiFile(File & file, bool add_end_mark) {
         text.append(StringView(end_mark));
         text.append('\n');
     }
-    bool const opened = !file.isOpen();
-    if (opened) {
-        file.open(File::WRITE_TEXT_TEMP);
-    }
-    file << text.view();
-    if (opened) {
-        file.close();
-    }
+    file.writeText(text.view());
 }
 
 void INIFactory::writeToBinaryFile(File & file) {

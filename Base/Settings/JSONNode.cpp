@@ -372,6 +372,9 @@ class JSONNode::Reader {
     void readWord(JSONNode & node);
     // parseJSON on a new child: Content as above, the child still held by `child` unless pushed.
     Content named(Pending & child);
+    // What follows a name: ':' and the first byte `c` of the value (a '{' opens it at once), or
+    // an early ',' or '}', given as `early` (OPEN or CLOSED) with a false result.
+    bool valueAfterName(char & c, Content & early);
     void push(JSONNode & node, bool array, bool owned, bool separator);
     // Gives a read child to the container of `frame`.
     void adopt(Frame const & frame, JSONNode * child);
@@ -594,20 +597,30 @@ JSONNode::Reader::Content JSONNode::Reader::content(JSONNode & node, char c, boo
     return separator() ? Content::CLOSED : Content::OPEN;
 }
 
-JSONNode::Reader::Content JSONNode::Reader::named(Pending & child) {
-    char c = nextSignificant();
+bool JSONNode::Reader::valueAfterName(char & c, Content & early) {
+    c = nextSignificant();
     switch (c) {
     case ',':
-        return Content::OPEN;
+        early = Content::OPEN;
+        return false;
     case '}':
-        return Content::CLOSED;
+        early = Content::CLOSED;
+        return false;
     case ':':
         c = nextSignificant();
-        break;
+        return true;
     case '{':
-        break;
+        return true;
     default:
         throwUnexpected(c);
+    }
+}
+
+JSONNode::Reader::Content JSONNode::Reader::named(Pending & child) {
+    char c = 0;
+    Content early = Content::OPEN;
+    if (!valueAfterName(c, early)) {
+        return early;
     }
     Content const result = content(*child, c, true);
     if (result == Content::PUSHED) {
@@ -766,19 +779,10 @@ bool JSONNode::Reader::run() {
 }
 
 bool JSONNode::Reader::parseJSON(JSONNode & node) {
-    char c = nextSignificant();
-    switch (c) {
-    case ',':
-        return false;
-    case '}':
-        return true;
-    case ':':
-        c = nextSignificant();
-        break;
-    case '{':
-        break;
-    default:
-        throwUnexpected(c);
+    char c = 0;
+    Content early = Content::OPEN;
+    if (!valueAfterName(c, early)) {
+        return early == Content::CLOSED;
     }
     return parseJSONContent(node, c);
 }
@@ -1322,17 +1326,6 @@ void WritePretty(Sink & out, JSONNode const & top, unsigned int tabs) {
     }
 }
 
-void WriteToFile(File & file, String const & text) {
-    bool const opened = !file.isOpen();
-    if (opened) {
-        file.open(File::WRITE_TEXT_TEMP);
-    }
-    file << text.view();
-    if (opened) {
-        file.close();
-    }
-}
-
 } // namespace
 
 void JSONNode::write(String & out) const {
@@ -1343,7 +1336,7 @@ void JSONNode::write(String & out) const {
 void JSONNode::write(File & file) const {
     String text;
     write(text);
-    WriteToFile(file, text);
+    file.writeText(text.view());
 }
 
 void JSONNode::write(std::ostream & out) const {
@@ -1360,7 +1353,7 @@ void JSONNode::writePretty(String & out, unsigned int tabs) const {
 void JSONNode::writePretty(File & file) const {
     String text;
     writePretty(text, 0);
-    WriteToFile(file, text);
+    file.writeText(text.view());
 }
 
 void JSONNode::writePretty(std::ostream & out) const {

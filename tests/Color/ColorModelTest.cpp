@@ -7,6 +7,7 @@
 #include "Base/Color/RGBColor.h"
 #include "Base/Color/XYZColor.h"
 #include "Base/Files/Scanner.h"
+#include "tests/Support/StdText.h"
 
 #include <gtest/gtest.h>
 
@@ -18,9 +19,7 @@
 namespace QELTA {
 namespace {
 
-std::string Std(StringView const & text) {
-    return std::string(text.data(), text.size());
-}
+using Testing::Std;
 
 template <class T>
 std::string Text(T const & value) {

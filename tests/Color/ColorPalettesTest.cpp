@@ -1,9 +1,10 @@
 // The design palettes, and the colour options saved with the user's settings.
-#include "Base/Color/ColorOptions.h"
 #include "Base/Color/ColorPalettes.h"
+#include "Base/Color/ColorOptions.h"
 #include "Base/Color/RGBColor.h"
 
 #include "tests/Files/TempFolderFixture.h"
+#include "tests/Support/StdText.h"
 
 #include <gtest/gtest.h>
 
@@ -12,9 +13,7 @@
 namespace QELTA {
 namespace {
 
-std::string Std(StringView const & text) {
-    return std::string(text.data(), text.size());
-}
+using Testing::Std;
 
 TEST(ColorPalettesTest, LengthsAndEnds) {
     struct Row {

@@ -4,6 +4,7 @@
 #include "Base/Color/RGBColor.h"
 #include "Base/Color/XYZColor.h"
 #include "Base/Language/Translator.h"
+#include "tests/Support/StdText.h"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +17,7 @@
 namespace QELTA {
 namespace {
 
-std::string Std(StringView const & text) {
-    return std::string(text.data(), text.size());
-}
+using Testing::Std;
 
 std::string English(TranslatedString const & text) {
     return Std(text.englishTranslation().view());
@@ -36,12 +35,18 @@ TEST(NamedColorTest, PrintedRowsAndSpellings) {
     };
     // Rows of the register with their place in it, and the names kept as they were first spelled.
     Row const rows[] = {
-        {0, "Jet Black", RGBColor(10, 10, 13)},          {1, "Pure White", RGBColor(255, 255, 255)},
-        {2, "Green Beige", RGBColor(190, 189, 127)},     {5, "Signal Yellow", RGBColor(229, 190, 1)},
-        {37, "Luminous Orange", RGBColor(255, 35, 1)},   {40, "Traffic Orange", RGBColor(245, 64, 33)},
-        {45, "Flame Red", RGBColor(175, 43, 30)},        {87, "Signal Blue", RGBColor(30, 45, 110)},
-        {136, "Signal Green", RGBColor(49, 127, 67)},    {147, "Signal Grey", RGBColor(150, 153, 146)},
-        {209, "Traffic Black", RGBColor(30, 30, 30)},    {210, "Papyrus White", RGBColor(215, 215, 215)},
+        {0, "Jet Black", RGBColor(10, 10, 13)},
+        {1, "Pure White", RGBColor(255, 255, 255)},
+        {2, "Green Beige", RGBColor(190, 189, 127)},
+        {5, "Signal Yellow", RGBColor(229, 190, 1)},
+        {37, "Luminous Orange", RGBColor(255, 35, 1)},
+        {40, "Traffic Orange", RGBColor(245, 64, 33)},
+        {45, "Flame Red", RGBColor(175, 43, 30)},
+        {87, "Signal Blue", RGBColor(30, 45, 110)},
+        {136, "Signal Green", RGBColor(49, 127, 67)},
+        {147, "Signal Grey", RGBColor(150, 153, 146)},
+        {209, "Traffic Black", RGBColor(30, 30, 30)},
+        {210, "Papyrus White", RGBColor(215, 215, 215)},
         {212, "Pearl Dark Grey", RGBColor(130, 130, 130)},
     };
     Buffer<std::pair<LABColor, TranslatedString>> const & table = LABColor::RALClassicColors();
@@ -132,15 +137,15 @@ TEST(ACIColorTest, PaletteRows) {
         RGBColor rgb;
     };
     Row const rows[] = {
-        {0, RGBColor(0, 0, 0)},          {1, RGBColor(255, 0, 0)},        {2, RGBColor(255, 255, 0)},
-        {3, RGBColor(0, 255, 0)},        {4, RGBColor(0, 255, 255)},      {5, RGBColor(0, 0, 255)},
-        {6, RGBColor(255, 0, 255)},      {7, RGBColor(255, 255, 255)},    {8, RGBColor(65, 65, 65)},
-        {9, RGBColor(128, 128, 128)},    {10, RGBColor(255, 0, 0)},       {11, RGBColor(255, 170, 170)},
-        {12, RGBColor(189, 0, 0)},       {13, RGBColor(189, 126, 126)},   {14, RGBColor(129, 0, 0)},
-        {15, RGBColor(129, 86, 86)},     {16, RGBColor(104, 0, 0)},       {17, RGBColor(104, 69, 69)},
-        {18, RGBColor(79, 0, 0)},        {19, RGBColor(79, 53, 53)},      {20, RGBColor(255, 63, 0)},
-        {250, RGBColor(51, 51, 51)},     {251, RGBColor(80, 80, 80)},     {252, RGBColor(105, 105, 105)},
-        {253, RGBColor(130, 130, 130)},  {254, RGBColor(190, 190, 190)},  {255, RGBColor(255, 255, 255)},
+        {0, RGBColor(0, 0, 0)},         {1, RGBColor(255, 0, 0)},       {2, RGBColor(255, 255, 0)},
+        {3, RGBColor(0, 255, 0)},       {4, RGBColor(0, 255, 255)},     {5, RGBColor(0, 0, 255)},
+        {6, RGBColor(255, 0, 255)},     {7, RGBColor(255, 255, 255)},   {8, RGBColor(65, 65, 65)},
+        {9, RGBColor(128, 128, 128)},   {10, RGBColor(255, 0, 0)},      {11, RGBColor(255, 170, 170)},
+        {12, RGBColor(189, 0, 0)},      {13, RGBColor(189, 126, 126)},  {14, RGBColor(129, 0, 0)},
+        {15, RGBColor(129, 86, 86)},    {16, RGBColor(104, 0, 0)},      {17, RGBColor(104, 69, 69)},
+        {18, RGBColor(79, 0, 0)},       {19, RGBColor(79, 53, 53)},     {20, RGBColor(255, 63, 0)},
+        {250, RGBColor(51, 51, 51)},    {251, RGBColor(80, 80, 80)},    {252, RGBColor(105, 105, 105)},
+        {253, RGBColor(130, 130, 130)}, {254, RGBColor(190, 190, 190)}, {255, RGBColor(255, 255, 255)},
     };
     for (Row const & row : rows) {
         SCOPED_TRACE(int(row.index));

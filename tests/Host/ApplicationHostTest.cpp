@@ -13,6 +13,7 @@
 #include "Base/Settings/RegistryEntry.h"
 
 #include "tests/Files/TempFolderFixture.h"
+#include "tests/Support/StdText.h"
 
 #include <gtest/gtest.h>
 
@@ -27,11 +28,9 @@
 namespace QELTA {
 namespace {
 
-constexpr char helper_variable[] = "QELTA_HOST_TEST_HELPER";
+using Testing::Std;
 
-std::string Std(StringView const & text) {
-    return std::string(text.data(), text.size());
-}
+constexpr char helper_variable[] = "QELTA_HOST_TEST_HELPER";
 
 // Runs this test program again as a helper doing `job`; `on_line` hears each line it prints.
 class Helper : public MemoryInfoPipe {

@@ -5,6 +5,7 @@
 #include "Base/Failure/Exception.h"
 #include "Base/Host/ApplicationResource.h"
 #include "Base/Logging/MemoryInfoPipe.h"
+#include "tests/Support/StdText.h"
 
 #include <gtest/gtest.h>
 
@@ -23,9 +24,7 @@
 namespace QELTA {
 namespace {
 
-std::string Std(StringView const & text) {
-    return std::string(text.data(), text.size());
-}
+using Testing::Std;
 
 // The lines a pipe received, with their levels.
 std::vector<std::pair<std::string, int>> Lines(MemoryInfoPipe const & pipe) {

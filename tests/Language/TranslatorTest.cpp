@@ -7,6 +7,7 @@
 #include "Base/Language/TranslatedString.h"
 
 #include "tests/Files/TempFolderFixture.h"
+#include "tests/Support/StdText.h"
 
 #include <gtest/gtest.h>
 
@@ -18,11 +19,9 @@
 namespace QELTA {
 namespace {
 
-using Testing::WriteAll;
+using Testing::Std;
 
-std::string Std(StringView const & text) {
-    return std::string(text.data(), text.size());
-}
+using Testing::WriteAll;
 
 // Two languages in the shipped translations folder of the test's own folders. Each test uses its
 // own ids, since the registry of languages lives as long as the process.
@@ -53,7 +52,10 @@ class LanguageFilesTest : public Testing::TempFolderTest {
 
 TEST_F(LanguageFilesTest, SwitchingTheMainLanguageChangesTextsAndSeparators) {
     addLanguage("de_T1", "Deutsch", ',', '.', "hello=Hallo\nfile_[n]=Datei [n]\n");
-    addLanguage("fr_T1", "Fran\xC3\xA7" "ais", ',', ' ', "hello=Bonjour\n");
+    addLanguage("fr_T1",
+                "Fran\xC3\xA7"
+                "ais",
+                ',', ' ', "hello=Bonjour\n");
     Translator german(File(String((folder_ + "de_T1.ini").c_str())));
     Translator french(File(String((folder_ + "fr_T1.ini").c_str())));
     EXPECT_EQ(Std(german.name()), "Deutsch");

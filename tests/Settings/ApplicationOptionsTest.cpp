@@ -7,6 +7,7 @@
 
 #include "tests/Files/TempFolderFixture.h"
 #include "tests/Settings/ApplicationOptionsGlobals.h"
+#include "tests/Support/StdText.h"
 
 #include <gtest/gtest.h>
 
@@ -15,13 +16,11 @@
 namespace QELTA {
 namespace {
 
+using Testing::Std;
+
 ApplicationOption<bool> proper_shutdown(Internal::Translatable("Application Settings"),
                                         Internal::Translatable("Proper Shutdown"), true,
                                         &ApplicationOptions::UserOptions());
-
-std::string Std(StringView const & text) {
-    return std::string(text.data(), text.size());
-}
 
 class ApplicationOptionsTest : public Testing::TempFolderTest {
   protected:
@@ -80,9 +79,9 @@ TEST_F(ApplicationOptionsTest, DefaultsTextsAndTheLog) {
     ASSERT_EQ(pipe.messages().size(), 2u);
     EXPECT_EQ(Std(pipe.messages()[0].rawMessage().view()), "Application Settings------------");
     EXPECT_EQ(Std(pipe.messages()[1].rawMessage().view()), "         Proper Shutdown: F");
-    EXPECT_EQ(options.getOption(Internal::Translatable("Application Settings"),
-                                Internal::Translatable("Proper Shutdown")),
-              &proper_shutdown);
+    EXPECT_EQ(
+        options.getOption(Internal::Translatable("Application Settings"), Internal::Translatable("Proper Shutdown")),
+        &proper_shutdown);
 }
 
 TEST(ApplicationOptionsDeathTest, UnknownOptionEndsTheProcess) {

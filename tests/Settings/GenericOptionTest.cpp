@@ -7,6 +7,7 @@
 #include "Base/Units/UnitManager.h"
 
 #include "tests/Files/TempFolderFixture.h"
+#include "tests/Support/StdText.h"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +17,7 @@
 namespace QELTA {
 namespace {
 
-std::string Std(StringView const & text) {
-    return std::string(text.data() == nullptr ? "" : text.data(), text.size());
-}
+using Testing::Std;
 
 std::string Compact(JSONNode const & node) {
     String out;

@@ -8,6 +8,7 @@
 #include "Base/Text/StringStream.h"
 
 #include "tests/Files/TempFolderFixture.h"
+#include "tests/Support/StdText.h"
 
 #include <gtest/gtest.h>
 
@@ -21,12 +22,10 @@
 namespace QELTA {
 namespace {
 
+using Testing::Std;
+
 using Testing::ReadAll;
 using Testing::WriteAll;
-
-std::string Std(String const & text) {
-    return std::string(text.data(), text.size());
-}
 
 // One value of every option type, with the targets of a factory that reads or writes them.
 struct AllTypes {
@@ -146,8 +145,12 @@ TEST(INIEscapeTest, BothDirections) {
         char const * plain;
         char const * escaped;
     } const rows[] = {
-        {"plain", "plain"},       {"a\\b", "a\\\\b"},     {"\b\f\n\t=", "\\b\\f\\n\\t\\e"},
-        {"x=y=z", "x\\ey\\ez"},   {"\\\\", "\\\\\\\\"},   {"\\n", "\\\\n"},
+        {"plain", "plain"},
+        {"a\\b", "a\\\\b"},
+        {"\b\f\n\t=", "\\b\\f\\n\\t\\e"},
+        {"x=y=z", "x\\ey\\ez"},
+        {"\\\\", "\\\\\\\\"},
+        {"\\n", "\\\\n"},
         {"", ""},
     };
     for (Row const & row : rows) {
@@ -283,8 +286,10 @@ TEST_F(INIFactoryTest, HostileBinaryFilesAreReadSafely) {
         char const * text;
         unsigned int number;
     } const rows[] = {
-        {"oversized record skipped", Count(2) + Record(text_hash, 5000, std::string(5000, 'x')) +
-                                         Record(number_hash, 4, std::string("\x07\0\0\0", 4)), "old", 7},
+        {"oversized record skipped",
+         Count(2) + Record(text_hash, 5000, std::string(5000, 'x')) +
+             Record(number_hash, 4, std::string("\x07\0\0\0", 4)),
+         "old", 7},
         {"count beyond the data", Count(0xFFFFFFFF) + Record(number_hash, 4, std::string("\x09\0\0\0", 4)), "old", 9},
         {"cut inside a payload", Count(1) + Record(text_hash, 10, "abc"), "old", 1},
         {"cut inside a header", Count(3) + std::string("\x01\x02", 2), "old", 1},
@@ -312,8 +317,8 @@ TEST_F(INIFactoryTest, AsciiFilesOfAnyBytesRead) {
     for (int i = 0; i < 4096; ++i) {
         garbage += static_cast<char>((i * 131) % 256);
     }
-    for (std::string const & text : {garbage, std::string(1 << 20, 'a'), std::string("a\0b=c\0d\n", 8),
-                                     std::string("\xff\xfe=\xc3(\n")}) {
+    for (std::string const & text :
+         {garbage, std::string(1 << 20, 'a'), std::string("a\0b=c\0d\n", 8), std::string("\xff\xfe=\xc3(\n")}) {
         INIFactory factory;
         readText(text, factory);
         File out = Path("again.ini");

@@ -10,6 +10,7 @@
 #include "Base/Time/Time.h"
 
 #include "tests/Files/TempFolderFixture.h"
+#include "tests/Support/StdText.h"
 
 #include <gtest/gtest.h>
 
@@ -26,9 +27,7 @@
 namespace QELTA {
 namespace {
 
-std::string Std(StringView const & text) {
-    return std::string(text.data() == nullptr ? "" : text.data(), text.size());
-}
+using Testing::Std;
 
 std::string Compact(JSONNode const & node) {
     String out;
