@@ -1,6 +1,7 @@
 // Fuzz target: the JSON reader. The bytes are read as a JSON file, searched for the member "a" as
 // a larger text is, and taken as a string to escape and unescape. Every tree is written back
-// compact and pretty, and read as an option group twice (new options, then known ones), which is
+// compact and pretty, its names are checked against a plain count of its children, and it is read
+// as an option group twice (new options, then known ones), which is
 // written back in both its forms. Nothing may read outside its data, loop forever, overflow the
 // stack or raise anything but the reader's "JSON Error"; escaping and unescaping must give the
 // text back.
@@ -8,6 +9,7 @@
 #include "Base/Settings/GenericOption.h"
 #include "Base/Settings/JSONNode.h"
 #include "Base/Text/String.h"
+#include "fuzz/Support/TreeNames.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -29,6 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t siz
     try {
         JSONNode const node = JSONNode::ParseText(text);
         WriteBothWays(node);
+        Fuzzing::CheckNames(node);
         GenericOptionGroup group;
         group.fromJSONNode(node);
         group.fromJSONNode(node);

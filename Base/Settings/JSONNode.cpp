@@ -2,6 +2,8 @@
 // recursive grammar and their results exactly), the compact and pretty writers, and the escapes.
 #include "Base/Settings/JSONNode.h"
 
+#include "Base/Settings/Internal/JSONNodeArena.h"
+
 #include "Base/Failure/Exception.h"
 #include "Base/Files/BufferedScanner.h"
 #include "Base/Files/File.h"
@@ -35,8 +37,8 @@ constexpr char child_name_slot[] = "[child_name]";
 constexpr char file_position_slot[] = "[file_position]";
 constexpr char time_format[] = "YYYY/MM/DDTHH:mm:ss.fffZ";
 constexpr char true_text[] = "true";
-// The names an object's table takes before it first grows.
-constexpr unsigned int initial_names = 4;
+// The most children a node has for its names to be searched one by one, without a table.
+constexpr unsigned int small_object = 16;
 constexpr char false_text[] = "false";
 
 // The escapes of the seven bytes (backslash, 0x08, 0x0C, line feed, carriage return, tab, double
@@ -158,132 +160,7 @@ TranslatedString Direct(StringView const & text) {
     return TranslatedString::DirectString(text);
 }
 
-// A String that shows bytes it does not own: with a capacity of 0 it never frees them, and a
-// change that needs room starts from fresh storage, so such a text is replaced, never grown.
-class BorrowedText : public String {
-  public:
-    BorrowedText(char * text, unsigned int size) noexcept {
-        data_ = text;
-        size_ = size;
-    }
-};
-
-// The same for the children of a node.
-class BorrowedNodes : public Buffer<JSONNode *> {
-  public:
-    BorrowedNodes(JSONNode ** nodes, unsigned int size) noexcept {
-        data_ = nodes;
-        size_ = size;
-    }
-};
-
-template <class T>
-bool IsBorrowed(Buffer<T> const & buffer) noexcept {
-    return buffer.capacity() == 0 && !buffer.isEmpty();
-}
-
 } // namespace
-
-// Bump allocation in blocks that double up to a limit; a request too large for the current
-// block gets a block of its own. Nothing is freed before the arena, which goes when its last
-// owner releases it (owners may sit in different threads once a tree has been moved apart).
-class JSONNode::Arena {
-  public:
-    Arena() = default;
-    Arena(Arena const &) = delete;
-    Arena & operator=(Arena const &) = delete;
-
-    void retain() noexcept { owners_.fetch_add(1, std::memory_order_relaxed); }
-    static void Release(Arena * arena) noexcept {
-        if (arena->owners_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-            delete arena;
-        }
-    }
-    bool isEmpty() const noexcept { return blocks_ == nullptr; }
-
-    // A new node of the arena, as JSONNode() or, given a name, as JSONNode(name).
-    JSONNode * makeNode(StringView const * name) {
-        auto * const node = ::new (allocate(sizeof(JSONNode), alignof(JSONNode))) JSONNode();
-        node->in_arena_ = true;
-        node->arena_ = this;
-        if (name != nullptr) {
-            node->name_ = text(*name);
-            node->type_ = OBJECT;
-        }
-        return node;
-    }
-    // A zero-terminated copy of `text` in the arena; the empty text for an empty one.
-    String text(StringView const & text) {
-        if (text.isEmpty()) {
-            return String();
-        }
-        auto * const bytes = static_cast<char *>(allocate(text.size() + 1u, 1));
-        std::memcpy(bytes, text.data(), text.size());
-        bytes[text.size()] = 0;
-        return BorrowedText(bytes, text.size());
-    }
-    // A copy of `count` node pointers in the arena.
-    Buffer<JSONNode *> nodes(JSONNode * const * nodes, unsigned int count) {
-        auto * const copy = static_cast<JSONNode **>(allocate(sizeof(JSONNode *) * count, alignof(JSONNode *)));
-        std::memcpy(copy, nodes, sizeof(JSONNode *) * count);
-        return BorrowedNodes(copy, count);
-    }
-
-  private:
-    static constexpr std::size_t first_block = 4096;
-    static constexpr std::size_t largest_block = 1u << 20;
-
-    struct Block {
-        Block * previous;
-    };
-    static constexpr std::size_t header =
-        (sizeof(Block) + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
-
-    ~Arena() {
-        while (blocks_ != nullptr) {
-            Block * const previous = blocks_->previous;
-            ::operator delete(blocks_);
-            blocks_ = previous;
-        }
-    }
-
-    void * allocate(std::size_t bytes, std::size_t alignment) {
-        auto const at = (reinterpret_cast<std::uintptr_t>(next_) + alignment - 1) & ~(alignment - 1);
-        if (next_ != nullptr && at + bytes <= reinterpret_cast<std::uintptr_t>(end_)) {
-            next_ = reinterpret_cast<char *>(at + bytes);
-            return reinterpret_cast<void *>(at);
-        }
-        return allocateBlock(bytes);
-    }
-
-    void * allocateBlock(std::size_t bytes) {
-        if (bytes > next_size_ / 4) {
-            // Kept apart, behind the current block, so that its free room stays in use.
-            auto * const block = static_cast<Block *>(::operator new(header + bytes));
-            if (blocks_ == nullptr) {
-                block->previous = nullptr;
-                blocks_ = block;
-            } else {
-                block->previous = blocks_->previous;
-                blocks_->previous = block;
-            }
-            return reinterpret_cast<char *>(block) + header;
-        }
-        auto * const block = static_cast<Block *>(::operator new(next_size_));
-        block->previous = blocks_;
-        blocks_ = block;
-        next_ = reinterpret_cast<char *>(block) + header + bytes;
-        end_ = reinterpret_cast<char *>(block) + next_size_;
-        next_size_ = std::min(next_size_ * 2, largest_block);
-        return reinterpret_cast<char *>(block) + header;
-    }
-
-    Block * blocks_ = nullptr;
-    char * next_ = nullptr;
-    char * end_ = nullptr;
-    std::size_t next_size_ = first_block;
-    std::atomic<unsigned int> owners_{1};
-};
 
 // The cursor of the reader over the scanner's current line, kept in registers and handed back to
 // the scanner before each call that reads it. `ended` records that nextLine() failed: the line
@@ -313,16 +190,20 @@ class JSONNode::Reader {
     // A container being read: its body runs one member a turn. `owned` nodes are not attached yet
     // (the node of the first frame is the caller's); `separator` is set when the container's
     // value came from parseJSONContent, whose separator step runs once the body has ended. The
-    // children of a node in the arena wait in `siblings_` from `first` on, and move into the
-    // arena, as one block of the exact size, when the container ends; they enter the node's name
-    // table at once, since the next name is checked against it.
+    // children of a fresh node in the arena are `gathered`: they wait in `siblings_` from `first`
+    // on, and move into the arena, as one block of the exact size, when the container ends. Such
+    // an object gets no name table (it is built when first needed); a new name is checked against
+    // those of the waiting children one by one, or, beyond a small object, against `names`, a
+    // table of the reader's own.
     struct Frame {
         JSONNode * node;
+        NameTable * names;
         unsigned int first;
         bool array;
         bool owned;
         bool separator;
         bool gathered;
+        bool named;
     };
 
     enum class Turn { GO_ON, ENDED };
@@ -360,8 +241,9 @@ class JSONNode::Reader {
 
     // Runs containers until the stack is empty; the first frame's separator result.
     bool run();
-    Turn objectTurn(Frame const & frame);
-    Turn arrayTurn(Frame const & frame);
+    // One member of the container at the top.
+    Turn objectTurn();
+    Turn arrayTurn();
     // parseJSONContent: a scalar is read at once and gives true or false; a container pushes a
     // frame and gives `pushed`.
     enum class Content { OPEN, CLOSED, PUSHED };
@@ -376,10 +258,12 @@ class JSONNode::Reader {
     // an early ',' or '}', given as `early` (OPEN or CLOSED) with a false result.
     bool valueAfterName(char & c, Content & early);
     void push(JSONNode & node, bool array, bool owned, bool separator);
-    // Gives a read child to the container of `frame`.
-    void adopt(Frame const & frame, JSONNode * child);
-    // Hands the waiting children of an ended container to its node.
-    void finish(Frame const & frame);
+    // Whether the object being read already has a child of that name.
+    bool taken(StringView const & name) const;
+    // Gives a read child to the container being read.
+    void adopt(JSONNode * child);
+    // Hands the waiting children of the ended container at the top to its node.
+    void finish(Frame & frame);
     // A new child: as JSONNode(*name) (an OBJECT, whatever the name), or without one as JSONNode().
     Pending make(StringView const * name = nullptr);
     // Sets (or, with `append`, extends) the value of a node.
@@ -480,7 +364,8 @@ void JSONNode::Reader::put(JSONNode & node, StringView const & text, bool append
     if (arena_ != nullptr && node.in_arena_ && (!append || node.value_.isEmpty())) {
         node.value_ = arena_->text(text);
     } else if (append) {
-        if (IsBorrowed(node.value_)) {
+        node.touch();
+        if (Internal::IsBorrowed(node.value_)) {
             node.value_ = String(node.value_.view());
         }
         node.value_.append(text);
@@ -491,20 +376,35 @@ void JSONNode::Reader::put(JSONNode & node, StringView const & text, bool append
 
 void JSONNode::Reader::readNumber(JSONNode & node, char first) {
     node.type_ = NUMBER;
-    scratch_.clear();
-    scratch_.append(first);
     bool const skip_blanks = scanner_.ignoreWhiteSpace();
+    // `first` was usually taken from just before the cursor; then, while no blank is left out,
+    // the number is a run of the line.
     unsigned int start = position_;
+    bool const behind = start != 0 && line_[start - 1] == first;
+    bool joined = !behind;
+    if (joined) {
+        scratch_.clear();
+        scratch_.append(first);
+    }
     while (position_ < size_) {
         char const c = line_[position_];
         if (IsNumberByte(c)) {
             ++position_;
         } else if (skip_blanks && IsBlank(c)) {
+            if (!joined) {
+                scratch_.clear();
+                scratch_.append(first);
+                joined = true;
+            }
             scratch_.append(StringView(line_ + start, position_ - start));
             start = ++position_;
         } else {
             break;
         }
+    }
+    if (!joined) {
+        put(node, StringView(line_ + start - 1, position_ - start + 1), true);
+        return;
     }
     scratch_.append(StringView(line_ + start, position_ - start));
     put(node, scratch_.view(), true);
@@ -512,7 +412,13 @@ void JSONNode::Reader::readNumber(JSONNode & node, char first) {
 
 void JSONNode::Reader::readData(JSONNode & node) {
     store();
-    scratch_ = scanner_.getNext();
+    StringView const text = scanner_.getNext();
+    if ((text.isEmpty() || text.last() != '\\') && text.indexOf('\\') == StringView::not_found) {
+        load();
+        put(node, text, false); // nothing to join or unescape: the text goes from the line
+        return;
+    }
+    scratch_ = text;
     while (!scratch_.isEmpty() && scratch_.last() == '\\') {
         unsigned int run = 0;
         while (run < scratch_.size() && scratch_[scratch_.size() - 1 - run] == '\\') {
@@ -629,8 +535,7 @@ JSONNode::Reader::Content JSONNode::Reader::named(Pending & child) {
     return result;
 }
 
-JSONNode::Reader::Turn JSONNode::Reader::objectTurn(Frame const & frame) {
-    JSONNode & node = *frame.node;
+JSONNode::Reader::Turn JSONNode::Reader::objectTurn() {
     char c = 0;
     while (true) {
         while (position_ < size_) {
@@ -656,7 +561,7 @@ JSONNode::Reader::Turn JSONNode::Reader::objectTurn(Frame const & frame) {
         store();
         StringView const name = scanner_.getNext();
         load();
-        if (node.findNamed(name) != nullptr) {
+        if (taken(name)) {
             store();
             throw Exception(DuplicateChildErrorString(name, scanner_), ErrorTitle(), false);
         }
@@ -678,11 +583,11 @@ JSONNode::Reader::Turn JSONNode::Reader::objectTurn(Frame const & frame) {
     if (result == Content::PUSHED) {
         return Turn::GO_ON;
     }
-    adopt(frame, child.release());
+    adopt(child.release());
     return result == Content::CLOSED ? Turn::ENDED : Turn::GO_ON;
 }
 
-JSONNode::Reader::Turn JSONNode::Reader::arrayTurn(Frame const & frame) {
+JSONNode::Reader::Turn JSONNode::Reader::arrayTurn() {
     if (!skipSeparators()) {
         return Turn::ENDED;
     }
@@ -702,7 +607,7 @@ JSONNode::Reader::Turn JSONNode::Reader::arrayTurn(Frame const & frame) {
             child.release();
             return Turn::GO_ON;
         }
-        adopt(frame, child.release());
+        adopt(child.release());
         return result == Content::CLOSED ? Turn::ENDED : Turn::GO_ON;
     }
     if (c == '"') {
@@ -714,28 +619,66 @@ JSONNode::Reader::Turn JSONNode::Reader::arrayTurn(Frame const & frame) {
     } else {
         readWord(*child);
     }
-    adopt(frame, child.release());
+    adopt(child.release());
     return Turn::GO_ON;
 }
 
 void JSONNode::Reader::push(JSONNode & node, bool array, bool owned, bool separator) {
-    bool const gathered = arena_ != nullptr && node.in_arena_ && node.children_.isEmpty();
-    stack_.add(Frame{&node, siblings_.size(), array, owned, separator, gathered});
+    bool const gathered = arena_ != nullptr && node.in_arena_ && node.children_.isEmpty() &&
+                          node.named_children_.load(std::memory_order_relaxed) == nullptr;
+    stack_.add(Frame{&node, nullptr, siblings_.size(), array, owned, separator, gathered, false});
 }
 
-void JSONNode::Reader::adopt(Frame const & frame, JSONNode * child) {
-    if (frame.gathered) {
-        frame.node->enterName(child);
-        siblings_.add(child);
-    } else {
+bool JSONNode::Reader::taken(StringView const & name) const {
+    Frame const & frame = stack_.last();
+    if (!frame.gathered) {
+        return frame.node->findNamed(name) != nullptr;
+    }
+    if (name.isEmpty()) {
+        return false; // never entered under a name
+    }
+    if (frame.names != nullptr) {
+        return frame.names->contains(name);
+    }
+    for (unsigned int i = frame.first; i < siblings_.size(); ++i) {
+        String const & other = siblings_[i]->name_;
+        if (other.size() == name.size() && std::memcmp(other.data(), name.data(), name.size()) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void JSONNode::Reader::adopt(JSONNode * child) {
+    Frame & frame = stack_.last();
+    if (!frame.gathered) {
         frame.node->attach(child);
+        return;
+    }
+    siblings_.add(child);
+    if (child->name_.isEmpty()) {
+        return;
+    }
+    frame.named = true;
+    if (frame.names != nullptr) {
+        frame.names->emplace(child->name_.view(), child);
+    } else if (siblings_.size() - frame.first > small_object) {
+        frame.names = new NameTable();
+        for (unsigned int i = frame.first; i < siblings_.size(); ++i) {
+            if (!siblings_[i]->name_.isEmpty()) {
+                frame.names->emplace(siblings_[i]->name_.view(), siblings_[i]);
+            }
+        }
     }
 }
 
-void JSONNode::Reader::finish(Frame const & frame) {
+void JSONNode::Reader::finish(Frame & frame) {
+    delete frame.names;
+    frame.names = nullptr;
     unsigned int const count = siblings_.size() - frame.first;
     if (frame.gathered && count != 0) {
         frame.node->children_ = arena_->nodes(siblings_.data() + frame.first, count);
+        frame.node->names_pending_ = frame.named;
         siblings_.setSize(frame.first);
     }
 }
@@ -743,21 +686,20 @@ void JSONNode::Reader::finish(Frame const & frame) {
 bool JSONNode::Reader::run() {
     try {
         while (true) {
-            Frame const frame = stack_.last();
-            Turn const turn = frame.array ? arrayTurn(frame) : objectTurn(frame);
+            Turn const turn = stack_.last().array ? arrayTurn() : objectTurn();
             if (turn == Turn::GO_ON) {
                 continue;
             }
             // The container at the top has ended; each that its separator closes ends too.
             while (true) {
-                Frame const done = stack_.last();
-                bool const closed = done.separator && separator();
-                finish(done);
+                bool const closed = stack_.last().separator && separator();
+                finish(stack_.last());
+                JSONNode * const done = stack_.last().node;
                 stack_.removeLast();
                 if (stack_.isEmpty()) {
                     return closed;
                 }
-                adopt(stack_.last(), done.node);
+                adopt(done);
                 if (!closed) {
                     break;
                 }
@@ -769,6 +711,7 @@ bool JSONNode::Reader::run() {
         }
         siblings_.clear();
         for (Frame const & frame : stack_) {
+            delete frame.names;
             if (frame.owned) {
                 Dispose(frame.node);
             }
@@ -839,8 +782,10 @@ JSONNode::JSONNode(JSONNode const & other) : JSONNode(other.name_.view()) {
 }
 
 JSONNode::JSONNode(JSONNode && other) noexcept
-    : children_(std::move(other.children_)), named_children_(std::move(other.named_children_)), name_(other.name_),
-      value_(std::move(other.value_)), type_(other.type_), arena_(other.arena_) {
+    : children_(std::move(other.children_)),
+      named_children_(other.named_children_.exchange(nullptr, std::memory_order_relaxed)), name_(other.name_),
+      value_(std::move(other.value_)), type_(other.type_), names_pending_(other.names_pending_), arena_(other.arena_) {
+    other.names_pending_ = false;
     if (other.in_arena_) {
         if (arena_ != nullptr) {
             arena_->retain(); // what was taken may live in the arena of the tree it came from
@@ -857,9 +802,12 @@ JSONNode & JSONNode::operator=(JSONNode const & other) {
     CloneChildren(other, copy);
     copy.value_ = other.value_;
     copy.type_ = other.type_ == ROOT ? OBJECT : other.type_;
+    touch();
     deleteChildren();
     children_ = std::move(copy.children_);
-    named_children_ = std::move(copy.named_children_);
+    named_children_.store(copy.named_children_.exchange(nullptr, std::memory_order_relaxed),
+                          std::memory_order_relaxed);
+    names_pending_ = copy.names_pending_;
     value_ = std::move(copy.value_);
     type_ = copy.type_;
     if (arena_ != nullptr && !in_arena_) {
@@ -873,6 +821,7 @@ JSONNode::~JSONNode() {
     if (!children_.isEmpty()) {
         deleteChildren();
     }
+    delete named_children_.load(std::memory_order_relaxed); // left by remove() with no child
     if (arena_ != nullptr && !in_arena_) {
         Arena::Release(arena_);
     }
@@ -887,6 +836,7 @@ void JSONNode::Dispose(JSONNode * node) noexcept {
 }
 
 void JSONNode::assignValue(StringView const & text) {
+    touch();
     if (value_.capacity() == 0) {
         value_ = String(text); // a borrowed text is replaced, never written into
     } else {
@@ -895,7 +845,8 @@ void JSONNode::assignValue(StringView const & text) {
 }
 
 void JSONNode::deleteChildren() noexcept {
-    named_children_.reset();
+    delete named_children_.exchange(nullptr, std::memory_order_relaxed);
+    names_pending_ = false;
     // Depth first, in document order: a node is deleted once its children are, so no destructor
     // recurses, and the stack holds one node per level rather than the whole tree. Freeing in the
     // order of allocation keeps the allocator's work low.
@@ -917,6 +868,9 @@ void JSONNode::deleteChildren() noexcept {
             continue;
         }
         JSONNode * const child = node->children_[frame.next++];
+        if (child->in_arena_ && !child->arena_->isTouched()) {
+            continue; // read and never changed: nothing of it lives on the heap
+        }
         if (frame.next < node->children_.size()) {
             __builtin_prefetch(node->children_[frame.next]);
         }
@@ -930,37 +884,97 @@ void JSONNode::deleteChildren() noexcept {
 
 void JSONNode::attach(JSONNode * child) {
     addChild(child);
-    enterName(child);
+    if (!child->name_.isEmpty()) {
+        if (NameTable * const names = named_children_.load(std::memory_order_relaxed)) {
+            names->emplace(child->name_.view(), child);
+        } else {
+            names_pending_ = true;
+        }
+    }
 }
 
 void JSONNode::addChild(JSONNode * child) {
-    if (IsBorrowed(children_)) {
+    touch();
+    if (Internal::IsBorrowed(children_)) {
         children_ = Buffer<JSONNode *>(children_.data(), children_.size()); // never grown in place
     }
     children_.add(child);
 }
 
-void JSONNode::enterName(JSONNode * child) {
-    if (!child->name_.isEmpty()) {
-        if (!named_children_) {
-            named_children_ = std::make_unique<NameTable>();
-            named_children_->reserve(initial_names); // an object's first members without regrowth
-        }
-        named_children_->emplace(child->name_.view(), child);
+void JSONNode::touch() noexcept {
+    if (in_arena_) {
+        arena_->touch();
     }
 }
 
-JSONNode * JSONNode::findNamed(StringView const & name) const noexcept {
-    if (!named_children_) {
+JSONNode::NameTable * JSONNode::table() const {
+    NameTable * names = named_children_.load(std::memory_order_acquire);
+    if (names != nullptr || !names_pending_) {
+        return names;
+    }
+    // Readers in other threads may build it at the same time; the first one stored is kept. The
+    // first child of a name wins, as it does when the table is kept up to date.
+    auto built = std::make_unique<NameTable>();
+    built->reserve(children_.size());
+    for (JSONNode * const child : children_) {
+        if (!child->name_.isEmpty()) {
+            built->emplace(child->name_.view(), child);
+        }
+    }
+    const_cast<JSONNode *>(this)->touch();
+    if (named_children_.compare_exchange_strong(names, built.get(), std::memory_order_acq_rel,
+                                                std::memory_order_acquire)) {
+        return built.release();
+    }
+    return names;
+}
+
+bool JSONNode::hasNames() const noexcept {
+    NameTable const * const names = named_children_.load(std::memory_order_acquire);
+    return names != nullptr ? names->size() != 0 : names_pending_;
+}
+
+unsigned int JSONNode::size() const {
+    if (names_pending_ && children_.size() <= small_object &&
+        named_children_.load(std::memory_order_acquire) == nullptr) {
+        unsigned int count = 0;
+        for (unsigned int i = 0; i < children_.size(); ++i) {
+            StringView const name = children_[i]->name_.view();
+            if (!name.isEmpty() && std::none_of(children_.begin(), children_.begin() + i,
+                                                [&](JSONNode const * other) { return other->name_.view() == name; })) {
+                ++count;
+            }
+        }
+        return count;
+    }
+    NameTable const * const names = table();
+    return names == nullptr ? 0 : static_cast<unsigned int>(names->size());
+}
+
+JSONNode * JSONNode::findNamed(StringView const & name) const {
+    if (names_pending_ && children_.size() <= small_object &&
+        named_children_.load(std::memory_order_acquire) == nullptr) {
+        if (!name.isEmpty()) {
+            for (JSONNode * const child : children_) {
+                if (child->name_.view() == name) {
+                    return child;
+                }
+            }
+        }
         return nullptr;
     }
-    auto const found = named_children_->find(name);
-    return found == named_children_->end() ? nullptr : found->value();
+    NameTable const * const names = table();
+    if (names == nullptr) {
+        return nullptr;
+    }
+    auto const found = names->find(name);
+    return found == names->end() ? nullptr : found->value();
 }
 
-JSONNode::NameTable const & JSONNode::names() const noexcept {
+JSONNode::NameTable const & JSONNode::names() const {
     static NameTable const empty;
-    return named_children_ ? *named_children_ : empty;
+    NameTable const * const names = table();
+    return names != nullptr ? *names : empty;
 }
 
 JSONNode::JSONNode(Scanner & scanner) : JSONNode() {
@@ -1095,9 +1109,14 @@ JSONNode & JSONNode::createChildNode(StringView const & name, NodeType type) {
 }
 
 void JSONNode::remove(StringView const & name) {
-    if (name.isEmpty() || !named_children_ || named_children_->erase(name) == 0) {
+    if (name.isEmpty()) {
         return;
     }
+    NameTable * const names = table();
+    if (names == nullptr || names->erase(name) == 0) {
+        return;
+    }
+    touch();
     for (unsigned int i = children_.size(); i-- > 0;) {
         if (children_[i]->name_.view() == name) {
             JSONNode * const child = children_[i];

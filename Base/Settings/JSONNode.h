@@ -10,7 +10,10 @@
 // values, in blocks of its own instead of one heap block per node and text; the blocks go with
 // the last node that needs them. So a node may be moved out of such a tree and outlive it, and
 // nodes added later are ordinary heap nodes. The protected reading steps, called on a node that
-// already exists, put what they read on the heap.
+// already exists, put what they read on the heap. A tree none of whose read nodes has changed is
+// dropped without a walk over its nodes. A node's name table is built when a search first needs
+// it (a small object is searched without one); building it from a const node is safe while other
+// threads read the same tree.
 //
 // The JSON reader is lenient by design (see the class comment) and walks its input with an
 // explicit stack, never recursing on depth. It raises an Exception titled "JSON Error" for three
@@ -29,9 +32,9 @@
 #include "Base/Text/String.h"
 #include "Base/Text/StringView.h"
 
+#include <atomic>
 #include <cstdint>
 #include <iosfwd>
-#include <memory>
 
 namespace QELTA {
 
@@ -119,16 +122,14 @@ class QELTA_BASE_EXPORT JSONNode {
     // All children.
     unsigned int childCount() const noexcept { return children_.size(); }
     // The named children only: an array has a childCount and a size of 0.
-    unsigned int size() const noexcept {
-        return named_children_ ? static_cast<unsigned int>(named_children_->size()) : 0;
-    }
+    unsigned int size() const;
     // No value and no named child: an array of unnamed children counts as empty.
-    bool isEmpty() const noexcept { return value_.isEmpty() && size() == 0; }
+    bool isEmpty() const noexcept { return value_.isEmpty() && !hasNames(); }
 
     using NameTable = Dictionary<StringView, JSONNode *>;
     // The named children in table order (not document order); entries are (name, child).
-    NameTable::const_iterator begin() const noexcept { return names().begin(); }
-    NameTable::const_iterator end() const noexcept { return names().end(); }
+    NameTable::const_iterator begin() const { return names().begin(); }
+    NameTable::const_iterator end() const { return names().end(); }
     Buffer<JSONNode *> const & children() const noexcept { return children_; }
 
     String const & nodeName() const noexcept { return name_; }
@@ -230,25 +231,32 @@ class QELTA_BASE_EXPORT JSONNode {
     static void CloneChildren(JSONNode const & from, JSONNode & to);
     // Appends `child`, owned from now on, and enters its name unless it is empty or taken.
     void attach(JSONNode * child);
-    // The two halves of attach.
+    // Appends `child` to the children alone.
     void addChild(JSONNode * child);
-    void enterName(JSONNode * child);
     // The child of that name, or null.
-    JSONNode * findNamed(StringView const & name) const noexcept;
+    JSONNode * findNamed(StringView const & name) const;
     // The name table; a shared empty one while no child has a name.
-    NameTable const & names() const noexcept;
+    NameTable const & names() const;
+    // The name table, built first if there is none yet; null while no child has a name.
+    NameTable * table() const;
+    bool hasNames() const noexcept;
+    // Records that this node, if it lives in an arena, now holds memory of the heap.
+    void touch() noexcept;
 
     // Shows a block of an arena, not owning it (capacity 0), while it is as the reader left it.
     Buffer<JSONNode *> children_;
-    // Keyed by views of the children's own names; made with the first named child, so that the
-    // many scalar nodes of a document stay small.
-    std::unique_ptr<NameTable> named_children_;
+    // Owned; keyed by views of the children's own names. Built when a search first needs it, so
+    // that small objects and the many scalar nodes of a document do without; kept up to date
+    // from then on.
+    mutable std::atomic<NameTable *> named_children_{nullptr};
     String name_;
     // Shows bytes of an arena, not owning them (capacity 0), while it is as the reader left it.
     String value_;
     NodeType type_ = ROOT;
     // This node and the bytes of its name live in `arena_`.
     bool in_arena_ = false;
+    // Some child has a name, whether or not the table is built yet.
+    bool names_pending_ = false;
     // For a node in an arena, the arena it lives in; for any other node, an arena it holds a
     // share of (its children or value may live there), or null.
     Arena * arena_ = nullptr;

@@ -3,6 +3,8 @@
 #include "Base/Files/Scanner.h"
 #include "Base/Settings/JSONNode.h"
 
+#include "Base/Settings/Internal/JSONNodeArena.h"
+
 namespace QELTA {
 namespace {
 
@@ -47,11 +49,15 @@ JSONNode::NodeType ScalarType(StringView const & text) noexcept {
 
 } // namespace
 
+// Without an arena, the nodes and texts read go on the heap; with one, the nodes this reader makes
+// and their texts and children's arrays live there.
 class JSONNode::YAMLReader {
   public:
-    explicit YAMLReader(Scanner & scanner) : scanner_(scanner) {}
+    YAMLReader(Scanner * scanner, Arena * arena) : scanner_(scanner), arena_(arena) {}
 
     void read(JSONNode & node, unsigned int indent);
+    // Sets `node` from the text behind a colon (or a list dash).
+    void scalar(JSONNode & node, StringView value);
 
   private:
     // A block being filled: lines belong to it while their lead is at least `indent`. A list at
@@ -64,31 +70,59 @@ class JSONNode::YAMLReader {
     };
 
     bool advance() {
-        if (!scanner_.nextLine()) {
+        if (!scanner_->nextLine()) {
             ended_ = true;
         }
         return !ended_;
     }
 
     // "key: value" (or a line without a colon, all key) as a child of `node`.
-    static JSONNode & KeyChild(JSONNode & node, StringView const & text);
+    JSONNode & keyChild(JSONNode & node, StringView const & text);
+    // A new last child of `parent`, named unless `name` is empty.
+    JSONNode & child(JSONNode & parent, StringView const & name, NodeType type);
+    void set(JSONNode & node, StringView const & text);
 
-    Scanner & scanner_;
+    Scanner * const scanner_;
+    Arena * const arena_;
     bool ended_ = false;
     Buffer<Frame> stack_;
 };
 
-JSONNode & JSONNode::YAMLReader::KeyChild(JSONNode & node, StringView const & text) {
+JSONNode & JSONNode::YAMLReader::child(JSONNode & parent, StringView const & name, NodeType type) {
+    if (arena_ == nullptr) {
+        return name.isEmpty() ? parent.createChildNode(type) : parent.createChildNode(name, type);
+    }
+    JSONNode * const node = arena_->makeNode(&name);
+    node->type_ = type;
+    if (parent.in_arena_) {
+        // Made by this reader, so its children only ever grew here.
+        arena_->append(parent.children_, node);
+        parent.names_pending_ = parent.names_pending_ || !name.isEmpty();
+    } else {
+        parent.attach(node);
+    }
+    return *node;
+}
+
+void JSONNode::YAMLReader::set(JSONNode & node, StringView const & text) {
+    if (arena_ != nullptr && node.in_arena_) {
+        node.value_ = arena_->text(text);
+    } else {
+        node.assignValue(text);
+    }
+}
+
+JSONNode & JSONNode::YAMLReader::keyChild(JSONNode & node, StringView const & text) {
     unsigned int const colon = text.indexOf(':');
     StringView const key = Trimmed(colon == StringView::not_found ? text : text.substr(0, colon));
-    JSONNode & child = node.createChildNode(key, OBJECT);
+    JSONNode & made = child(node, key, OBJECT);
     if (colon != StringView::not_found) {
         StringView const value = Trimmed(text.substr(colon + 1));
         if (!value.isEmpty()) {
-            child.parseYAMLContent(value);
+            scalar(made, value);
         }
     }
-    return child;
+    return made;
 }
 
 void JSONNode::YAMLReader::read(JSONNode & top, unsigned int indent) {
@@ -97,7 +131,7 @@ void JSONNode::YAMLReader::read(JSONNode & top, unsigned int indent) {
     // line, so the loop ends.
     while (!stack_.isEmpty() && !ended_) {
         Frame const frame = stack_.last();
-        StringView const line = scanner_.currentLine().view();
+        StringView const line = scanner_->currentLine().view();
         unsigned int const lead = Lead(line);
         StringView const text = Trimmed(line);
         if (text.isEmpty() || text[0] == '#') {
@@ -113,17 +147,17 @@ void JSONNode::YAMLReader::read(JSONNode & top, unsigned int indent) {
         if (item) {
             node.type_ = ARRAY;
             StringView const rest = Trimmed(text.substr(1));
-            JSONNode & entry = node.createChildNode(OBJECT);
+            JSONNode & entry = child(node, StringView(), OBJECT);
             if (rest.indexOf(':') != StringView::not_found) {
                 // The first key of a mapping inside the item; its other keys follow at the key's
                 // column, and a block or a list under the key belongs to the key itself.
-                JSONNode & key = KeyChild(entry, rest);
+                JSONNode & key = keyChild(entry, rest);
                 unsigned int const column = static_cast<unsigned int>(rest.data() - line.data());
                 if (!advance()) {
                     break;
                 }
                 stack_.add(Frame{&entry, frame.indent + 2, false, 0});
-                StringView const next = scanner_.currentLine().view();
+                StringView const next = scanner_->currentLine().view();
                 unsigned int const next_lead = Lead(next);
                 if (next_lead > column) {
                     stack_.add(Frame{&key, frame.indent + 4, false, 0});
@@ -131,62 +165,71 @@ void JSONNode::YAMLReader::read(JSONNode & top, unsigned int indent) {
                     stack_.add(Frame{&key, frame.indent + 2, true, column});
                 }
             } else {
-                entry.parseYAMLContent(rest);
+                scalar(entry, rest);
                 advance();
             }
             continue;
         }
-        JSONNode & child = KeyChild(node, text);
+        JSONNode & added = keyChild(node, text);
         if (!advance()) {
             break;
         }
-        StringView const next = scanner_.currentLine().view();
+        StringView const next = scanner_->currentLine().view();
         unsigned int const next_lead = Lead(next);
         if (next_lead > lead) {
-            stack_.add(Frame{&child, frame.indent + 2, false, 0});
+            stack_.add(Frame{&added, frame.indent + 2, false, 0});
         } else if (next_lead == lead && IsListItem(Trimmed(next))) {
-            stack_.add(Frame{&child, frame.indent, true, lead}); // a list at the depth of its key
+            stack_.add(Frame{&added, frame.indent, true, lead}); // a list at the depth of its key
         }
     }
     stack_.clear();
 }
 
-JSONNode JSONNode::ParseYAML(Scanner & scanner) {
-    JSONNode node;
-    if (scanner.nextLine()) {
-        node.parseYAMLContent(0, scanner);
-    }
-    return node;
-}
-
-bool JSONNode::parseYAMLContent(unsigned int indent, Scanner & scanner) {
-    YAMLReader reader(scanner);
-    reader.read(*this, indent);
-    return true;
-}
-
-void JSONNode::parseYAMLContent(StringView value) {
+void JSONNode::YAMLReader::scalar(JSONNode & node, StringView value) {
     value.trimWhiteSpace();
     if (!value.isEmpty() && value[0] == '"') {
-        type_ = STRING; // not unescaped
-        assignValue(value.substr(1, value.size() >= 2 ? value.size() - 1 : 1));
+        node.type_ = STRING; // not unescaped
+        set(node, value.substr(1, value.size() >= 2 ? value.size() - 1 : 1));
         return;
     }
     if (!value.isEmpty() && value[0] == '[') {
-        type_ = ARRAY;
+        node.type_ = ARRAY;
         StringView const inner = Trimmed(value.substr(1, value.size() >= 2 ? value.size() - 1 : 1));
         if (inner.isEmpty()) {
             return;
         }
         for (StringView part : inner.split(',', true)) {
             part.trimWhiteSpace();
-            JSONNode & child = createChildNode(ScalarType(part));
-            child.assignValue(part);
+            set(child(node, StringView(), ScalarType(part)), part);
         }
         return;
     }
-    type_ = ScalarType(value);
-    assignValue(value);
+    node.type_ = ScalarType(value);
+    set(node, value);
+}
+
+JSONNode JSONNode::ParseYAML(Scanner & scanner) {
+    JSONNode node;
+    if (scanner.nextLine()) {
+        node.arena_ = new Arena();
+        YAMLReader reader(&scanner, node.arena_);
+        reader.read(node, 0);
+        if (node.arena_->isEmpty()) {
+            Arena::Release(node.arena_);
+            node.arena_ = nullptr;
+        }
+    }
+    return node;
+}
+
+bool JSONNode::parseYAMLContent(unsigned int indent, Scanner & scanner) {
+    YAMLReader reader(&scanner, nullptr);
+    reader.read(*this, indent);
+    return true;
+}
+
+void JSONNode::parseYAMLContent(StringView value) {
+    YAMLReader(nullptr, nullptr).scalar(*this, value);
 }
 
 } // namespace QELTA

@@ -23,6 +23,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace QELTA {
 namespace {
@@ -110,6 +111,8 @@ TEST(JSONNodeTest, FaultsNameTheByteOrNameAndThePosition) {
         {"{\"a\":1,\"a\":2}", "JSON already has child of name: a at  line: 1 position: 10"},
         {"{\"x\":{\"a\":{},\n\"a\":[]}}", "JSON already has child of name: a at  line: 2 position: 3"},
         {"{\"a\":1,\"A\":2,\"b\":{\"a\":3}}", ""}, // names differ by case, or live in other objects
+        {"{\"\":1,\"\":2}", ""}, // an empty name is no name
+        {"{\"n0\":0,\"n1\":1,\"n2\":2,\"n3\":3,\"n4\":4,\"n5\":5,\"n6\":6,\"n7\":7,\"n8\":8,\"n9\":9,\"n10\":10,\"n11\":11,\"n12\":12,\"n13\":13,\"n14\":14,\"n15\":15,\"n16\":16,\"n17\":17,\"n3\":3}", "JSON already has child of name: n3 at  line: 1 position: 147"},
     };
     for (Row const & row : rows) {
         SCOPED_TRACE(row.text);
@@ -270,6 +273,29 @@ TEST(JSONNodeTest, KeepsReadNodesSoundWhenMovedOutOrChanged) {
         std::thread other([part = JSONNode(std::move((*tree)["a"])), &a]() { EXPECT_EQ(Compact(part), a); });
         tree.reset();
         other.join();
+    }
+}
+
+TEST(JSONNodeTest, FindsTheNamesOfAReadTreeFromManyThreads) {
+    std::string text = "{\"big\":{";
+    for (int i = 0; i < 40; ++i) {
+        text += (i == 0 ? "\"k" : ",\"k") + std::to_string(i) + "\":" + std::to_string(i);
+    }
+    text += "},\"small\":{\"a\":1,\"b\":2}}";
+    JSONNode const tree = JSONNode::ParseText(StringView(text));
+    std::vector<std::thread> readers;
+    for (int t = 0; t < 4; ++t) {
+        readers.emplace_back([&tree] {
+            for (int i = 0; i < 40; ++i) {
+                std::string const name = "k" + std::to_string(i);
+                EXPECT_EQ(Std(tree["big"][StringView(name.c_str())].value()), std::to_string(i));
+            }
+            EXPECT_EQ(tree["big"].size(), 40u);
+            EXPECT_EQ(Std(tree["small"]["b"].value()), "2");
+        });
+    }
+    for (std::thread & reader : readers) {
+        reader.join();
     }
 }
 
