@@ -116,19 +116,9 @@ class JSONNode::Arena {
     // overlapping moves rather than a call.
     static void Copy(char * to, char const * from, std::size_t size) noexcept {
         if (size >= 8 && size <= 16) {
-            std::uint64_t head = 0;
-            std::uint64_t tail = 0;
-            std::memcpy(&head, from, 8);
-            std::memcpy(&tail, from + size - 8, 8);
-            std::memcpy(to, &head, 8);
-            std::memcpy(to + size - 8, &tail, 8);
+            CopyEnds<std::uint64_t>(to, from, size);
         } else if (size >= 4 && size < 8) {
-            std::uint32_t head = 0;
-            std::uint32_t tail = 0;
-            std::memcpy(&head, from, 4);
-            std::memcpy(&tail, from + size - 4, 4);
-            std::memcpy(to, &head, 4);
-            std::memcpy(to + size - 4, &tail, 4);
+            CopyEnds<std::uint32_t>(to, from, size);
         } else if (size < 4) {
             for (std::size_t i = 0; i < size; ++i) {
                 to[i] = from[i];
@@ -136,6 +126,17 @@ class JSONNode::Arena {
         } else {
             std::memcpy(to, from, size);
         }
+    }
+    // The first and the last word of `size` bytes, which cover them all for sizeof(Word) up to
+    // twice as many.
+    template <class Word>
+    static void CopyEnds(char * to, char const * from, std::size_t size) noexcept {
+        Word head = 0;
+        Word tail = 0;
+        std::memcpy(&head, from, sizeof(Word));
+        std::memcpy(&tail, from + size - sizeof(Word), sizeof(Word));
+        std::memcpy(to, &head, sizeof(Word));
+        std::memcpy(to + size - sizeof(Word), &tail, sizeof(Word));
     }
 
     static constexpr std::size_t first_block = 4096;
