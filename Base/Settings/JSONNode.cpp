@@ -144,6 +144,18 @@ void AppendEscaped(Sink & out, StringView const & text) {
     out.put(StringView(run, static_cast<unsigned int>(end - run)));
 }
 
+// A table of the names of `count` nodes, the first node of a name winning.
+std::unique_ptr<JSONNode::NameTable> NamesOf(JSONNode * const * nodes, unsigned int count) {
+    auto names = std::make_unique<JSONNode::NameTable>();
+    names->reserve(count);
+    for (unsigned int i = 0; i < count; ++i) {
+        if (!nodes[i]->nodeName().isEmpty()) {
+            names->emplace(nodes[i]->nodeName().view(), nodes[i]);
+        }
+    }
+    return names;
+}
+
 bool IsBlank(char c) noexcept {
     return c == ' ' || c == '\t';
 }
@@ -663,12 +675,7 @@ void JSONNode::Reader::adopt(JSONNode * child) {
     if (frame.names != nullptr) {
         frame.names->emplace(child->name_.view(), child);
     } else if (siblings_.size() - frame.first > small_object) {
-        frame.names = new NameTable();
-        for (unsigned int i = frame.first; i < siblings_.size(); ++i) {
-            if (!siblings_[i]->name_.isEmpty()) {
-                frame.names->emplace(siblings_[i]->name_.view(), siblings_[i]);
-            }
-        }
+        frame.names = NamesOf(siblings_.data() + frame.first, siblings_.size() - frame.first).release();
     }
 }
 
@@ -805,8 +812,7 @@ JSONNode & JSONNode::operator=(JSONNode const & other) {
     touch();
     deleteChildren();
     children_ = std::move(copy.children_);
-    named_children_.store(copy.named_children_.exchange(nullptr, std::memory_order_relaxed),
-                          std::memory_order_relaxed);
+    named_children_.store(copy.named_children_.exchange(nullptr, std::memory_order_relaxed), std::memory_order_relaxed);
     names_pending_ = copy.names_pending_;
     value_ = std::move(copy.value_);
     type_ = copy.type_;
@@ -914,13 +920,7 @@ JSONNode::NameTable * JSONNode::table() const {
     }
     // Readers in other threads may build it at the same time; the first one stored is kept. The
     // first child of a name wins, as it does when the table is kept up to date.
-    auto built = std::make_unique<NameTable>();
-    built->reserve(children_.size());
-    for (JSONNode * const child : children_) {
-        if (!child->name_.isEmpty()) {
-            built->emplace(child->name_.view(), child);
-        }
-    }
+    std::unique_ptr<NameTable> built = NamesOf(children_.data(), children_.size());
     const_cast<JSONNode *>(this)->touch();
     if (named_children_.compare_exchange_strong(names, built.get(), std::memory_order_acq_rel,
                                                 std::memory_order_acquire)) {
@@ -929,14 +929,18 @@ JSONNode::NameTable * JSONNode::table() const {
     return names;
 }
 
+bool JSONNode::searchedOneByOne() const noexcept {
+    return names_pending_ && children_.size() <= small_object &&
+           named_children_.load(std::memory_order_acquire) == nullptr;
+}
+
 bool JSONNode::hasNames() const noexcept {
     NameTable const * const names = named_children_.load(std::memory_order_acquire);
     return names != nullptr ? names->size() != 0 : names_pending_;
 }
 
 unsigned int JSONNode::size() const {
-    if (names_pending_ && children_.size() <= small_object &&
-        named_children_.load(std::memory_order_acquire) == nullptr) {
+    if (searchedOneByOne()) {
         unsigned int count = 0;
         for (unsigned int i = 0; i < children_.size(); ++i) {
             StringView const name = children_[i]->name_.view();
@@ -952,8 +956,7 @@ unsigned int JSONNode::size() const {
 }
 
 JSONNode * JSONNode::findNamed(StringView const & name) const {
-    if (names_pending_ && children_.size() <= small_object &&
-        named_children_.load(std::memory_order_acquire) == nullptr) {
+    if (searchedOneByOne()) {
         if (!name.isEmpty()) {
             for (JSONNode * const child : children_) {
                 if (child->name_.view() == name) {

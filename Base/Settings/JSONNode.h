@@ -240,6 +240,8 @@ class QELTA_BASE_EXPORT JSONNode {
     // The name table, built first if there is none yet; null while no child has a name.
     NameTable * table() const;
     bool hasNames() const noexcept;
+    // A small object without a table yet, whose names are searched one by one.
+    bool searchedOneByOne() const noexcept;
     // Records that this node, if it lives in an arena, now holds memory of the heap.
     void touch() noexcept;
 

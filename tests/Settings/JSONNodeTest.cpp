@@ -111,8 +111,10 @@ TEST(JSONNodeTest, FaultsNameTheByteOrNameAndThePosition) {
         {"{\"a\":1,\"a\":2}", "JSON already has child of name: a at  line: 1 position: 10"},
         {"{\"x\":{\"a\":{},\n\"a\":[]}}", "JSON already has child of name: a at  line: 2 position: 3"},
         {"{\"a\":1,\"A\":2,\"b\":{\"a\":3}}", ""}, // names differ by case, or live in other objects
-        {"{\"\":1,\"\":2}", ""}, // an empty name is no name
-        {"{\"n0\":0,\"n1\":1,\"n2\":2,\"n3\":3,\"n4\":4,\"n5\":5,\"n6\":6,\"n7\":7,\"n8\":8,\"n9\":9,\"n10\":10,\"n11\":11,\"n12\":12,\"n13\":13,\"n14\":14,\"n15\":15,\"n16\":16,\"n17\":17,\"n3\":3}", "JSON already has child of name: n3 at  line: 1 position: 147"},
+        {"{\"\":1,\"\":2}", ""},                   // an empty name is no name
+        {"{\"n0\":0,\"n1\":1,\"n2\":2,\"n3\":3,\"n4\":4,\"n5\":5,\"n6\":6,\"n7\":7,\"n8\":8,\"n9\":9,\"n10\":10,"
+         "\"n11\":11,\"n12\":12,\"n13\":13,\"n14\":14,\"n15\":15,\"n16\":16,\"n17\":17,\"n3\":3}",
+         "JSON already has child of name: n3 at  line: 1 position: 147"},
     };
     for (Row const & row : rows) {
         SCOPED_TRACE(row.text);
