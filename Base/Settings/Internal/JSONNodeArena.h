@@ -7,7 +7,6 @@
 #pragma once
 
 #include "Base/Settings/JSONNode.h"
-#include "Base/Text/Platform/MemoryPlatform.h"
 
 #include <algorithm>
 #include <atomic>
@@ -140,15 +139,10 @@ class JSONNode::Arena {
     }
 
     static constexpr std::size_t first_block = 4096;
-    // Blocks this large come as whole huge pages from the system (a large tree's nodes are
-    // written once each, so faulting them in page by page would cost more than the reading).
-    static constexpr std::size_t page_block = MemoryPlatform::huge_page;
-    static constexpr std::size_t largest_block = 2 * page_block;
+    static constexpr std::size_t largest_block = std::size_t(1) << 20;
 
     struct Block {
         Block * previous;
-        // Non-zero for a block of pages, which goes back with this size.
-        std::size_t pages;
     };
     static constexpr std::size_t header =
         (sizeof(Block) + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
@@ -156,11 +150,7 @@ class JSONNode::Arena {
     ~Arena() {
         while (blocks_ != nullptr) {
             Block * const previous = blocks_->previous;
-            if (blocks_->pages != 0) {
-                MemoryPlatform::FreePages(blocks_, blocks_->pages);
-            } else {
-                ::operator delete(blocks_);
-            }
+            ::operator delete(blocks_);
             blocks_ = previous;
         }
     }
@@ -178,7 +168,6 @@ class JSONNode::Arena {
         if (bytes > next_size_ / 4) {
             // Kept apart, behind the current block, so that its free room stays in use.
             auto * const block = static_cast<Block *>(::operator new(header + bytes));
-            block->pages = 0;
             if (blocks_ == nullptr) {
                 block->previous = nullptr;
                 blocks_ = block;
@@ -188,16 +177,7 @@ class JSONNode::Arena {
             }
             return reinterpret_cast<char *>(block) + header;
         }
-        Block * block = nullptr;
-        if (next_size_ >= page_block) {
-            block = static_cast<Block *>(MemoryPlatform::AllocatePages(next_size_));
-        }
-        if (block != nullptr) {
-            block->pages = next_size_;
-        } else {
-            block = static_cast<Block *>(::operator new(next_size_));
-            block->pages = 0;
-        }
+        auto * const block = static_cast<Block *>(::operator new(next_size_));
         block->previous = blocks_;
         blocks_ = block;
         next_ = reinterpret_cast<char *>(block) + header + bytes;

@@ -1,5 +1,4 @@
-// Aligned heap blocks for buffers whose elements want 32- or 64-byte alignment, and large blocks
-// of whole pages for memory that is filled at once.
+// Aligned heap blocks for buffers whose elements want 32- or 64-byte alignment.
 //
 // All functions are thread-safe and never throw. A failed allocation returns null; a failed
 // reallocation also releases the block that was passed in, so that nothing leaks (a buffer
@@ -24,16 +23,6 @@ class QELTA_BASE_EXPORT MemoryPlatform {
     static void * ReallocateAligned(void * block, std::size_t bytes, std::size_t alignment) noexcept;
 
     static void FreeAligned(void * block) noexcept;
-
-    // The size of a huge page, and the alignment of AllocatePages.
-    static constexpr std::size_t huge_page = std::size_t(2) << 20;
-
-    // A block of `bytes` bytes (a multiple of huge_page) straight from the system, zeroed, and
-    // offered to it as huge pages where it has them: filling it then costs a fault per huge page
-    // rather than one per small page. Null on failure.
-    static void * AllocatePages(std::size_t bytes) noexcept;
-    // Returns a block of AllocatePages with the size it was asked for.
-    static void FreePages(void * block, std::size_t bytes) noexcept;
 };
 
 } // namespace QELTA
