@@ -135,6 +135,9 @@ enum Action : std::uint8_t {
 };
 
 struct ActionTables {
+    // A character as an index into the tables.
+    static constexpr unsigned int At(char c) noexcept { return static_cast<unsigned char>(c); }
+
     std::uint8_t term[256];     // by a term's op
     std::uint8_t function[256]; // by a bracket term's op
     std::uint8_t outer[256];    // by the code a bracket term holds
@@ -146,25 +149,25 @@ struct ActionTables {
             outer[code] = UNKNOWN;
         }
         for (std::uint8_t * table : {term, outer}) {
-            table['+'] = ADD;
-            table['-'] = SUBTRACT;
-            table['*'] = MULTIPLY;
-            table['/'] = DIVIDE;
-            table['^'] = POWER;
-            table['%'] = REMAINDER;
+            table[At('+')] = ADD;
+            table[At('-')] = SUBTRACT;
+            table[At('*')] = MULTIPLY;
+            table[At('/')] = DIVIDE;
+            table[At('^')] = POWER;
+            table[At('%')] = REMAINDER;
         }
         term[0] = ADD;
         outer[0] = REPLACE;
-        term[')'] = CLOSE;
+        term[At(')')] = CLOSE;
         for (std::uint8_t * table : {function, outer}) {
-            table['c'] = COSINE;
-            table['s'] = SINE;
-            table['t'] = TANGENT;
-            table['q'] = ROOT;
+            table[At('c')] = COSINE;
+            table[At('s')] = SINE;
+            table[At('t')] = TANGENT;
+            table[At('q')] = ROOT;
         }
-        function['('] = REPLACE;
+        function[At('(')] = REPLACE;
         for (char op : {'(', 'c', 's', 't', 'q'}) {
-            term[static_cast<unsigned char>(op)] = OPEN;
+            term[At(op)] = OPEN;
         }
     }
 };
