@@ -2,9 +2,9 @@
 // (same bytes or both raising), and a round trip of what decodes.
 #include "Base/Failure/Exception.h"
 #include "Base/Text/Base64Encoder.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -12,12 +12,7 @@ namespace {
 using QELTA::Base64Encoder;
 using QELTA::Buffer;
 using QELTA::StringView;
-
-void Check(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
+using QELTA::Fuzzing::Check;
 
 // Decodes with one path; false when it raised.
 bool Decode(StringView const & text, bool reference, Buffer<unsigned char> & out) {

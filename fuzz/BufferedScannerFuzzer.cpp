@@ -4,9 +4,9 @@
 // buffer, and every loop over lines and fields must end.
 #include "Base/Files/BufferedScanner.h"
 #include "Base/Files/Scanner.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
 
@@ -14,12 +14,7 @@ using QELTA::BufferedScanner;
 using QELTA::Scanner;
 using QELTA::String;
 using QELTA::StringView;
-
-void Check(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
+using QELTA::Fuzzing::Check;
 
 // A view from getNext() is null, or lies inside the current line.
 void CheckInside(Scanner const & scanner, StringView const & view) {

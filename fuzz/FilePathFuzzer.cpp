@@ -5,9 +5,9 @@
 // that grew too long. Nothing here touches the disk.
 #include "Base/Files/File.h"
 #include "Base/Files/FileException.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -16,12 +16,7 @@ using QELTA::File;
 using QELTA::FileException;
 using QELTA::String;
 using QELTA::StringView;
-
-void Check(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
+using QELTA::Fuzzing::Check;
 
 void CheckInside(File const & file, StringView const & part) {
     if (part.size() == 0) {

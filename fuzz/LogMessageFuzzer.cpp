@@ -7,21 +7,17 @@
 #include "Base/Text/String.h"
 #include "Base/Text/StringAllocatingView.h"
 #include "Base/Time/Time.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 namespace {
 
 using namespace QELTA;
 
-void Check(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
+using Fuzzing::Check;
 
 bool IsCodeByte(char c) {
     return (c >= '0' && c <= '9') || c == ';';

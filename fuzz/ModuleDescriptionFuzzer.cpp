@@ -3,9 +3,9 @@
 // list must leave exactly the other items, in order, as a plain split and filter gives them.
 #include "Base/Host/ModuleResourceManager.h"
 #include "Base/Text/String.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,11 +14,7 @@ namespace {
 
 using namespace QELTA;
 
-void Check(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
+using Fuzzing::Check;
 
 std::vector<std::string_view> Items(std::string_view list) {
     std::vector<std::string_view> items;

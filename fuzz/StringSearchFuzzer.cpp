@@ -3,9 +3,9 @@
 #include "Base/Text/String.h"
 #include "Base/Text/StringAllocatingView.h"
 #include "Base/Text/StringView.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -13,6 +13,7 @@ namespace {
 
 using QELTA::String;
 using QELTA::StringView;
+using QELTA::Fuzzing::Check;
 
 // '*' any run, '?' any byte, all else exactly; memoised over (pattern, text) positions.
 bool PlainWildcard(std::string_view pattern, std::string_view text) {
@@ -34,12 +35,6 @@ bool PlainWildcard(std::string_view pattern, std::string_view text) {
         return result;
     };
     return match(match, 0, 0);
-}
-
-void Check(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
 }
 
 } // namespace
