@@ -3,38 +3,30 @@
 // must end.
 #include "Base/Files/DBFParser.h"
 #include "Base/Files/File.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <stdexcept>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
-namespace fs = std::filesystem;
 using namespace QELTA;
 
-std::string Folder() {
-    std::string const folder = "/dev/shm/qelta-fuzz-dbf-" + std::to_string(getpid());
-    fs::create_directories(folder);
-    // DumpFields reports its counts on the standard output.
-    std::freopen("/dev/null", "w", stdout);
-    return folder;
-}
+// The folder of the table and of the dumps. DumpFields reports its counts on the standard output.
+struct Scratch {
+    Fuzzing::ScratchFolder folder{"dbf"};
+    Scratch() { std::freopen("/dev/null", "w", stdout); }
+};
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
-    static std::string const folder = Folder();
-    std::string const table = folder + "/table.dbf";
-    std::string const out = folder + "/out.txt";
-    if (std::FILE * file = std::fopen(table.c_str(), "wb")) {
-        std::fwrite(data, 1, size, file);
-        std::fclose(file);
-    }
+    static Scratch const scratch;
+    std::string const table = scratch.folder.fill("table.dbf", data, size);
+    std::string const out = scratch.folder.path() + "/out.txt";
     char name[12] = {};
     if (size > 32 + 11) {
         std::memcpy(name, data + 32, 11);

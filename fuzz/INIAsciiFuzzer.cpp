@@ -6,20 +6,17 @@
 #include "Base/Files/FileException.h"
 #include "Base/Settings/INIFactory.h"
 #include "Base/Text/String.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
 using namespace QELTA;
 
-std::string ScratchPath(char const * suffix) {
-    return "/dev/shm/qelta-fuzz-ini-" + std::to_string(getpid()) + suffix;
-}
+using Fuzzing::ScratchFile;
 
 File LibraryPath(std::string const & path) {
     return File(String(path.c_str()));
@@ -28,23 +25,19 @@ File LibraryPath(std::string const & path) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
-    std::string const in_path = ScratchPath(".ini");
-    std::string const out_path = ScratchPath("-again.ini");
-    if (std::FILE * out = std::fopen(in_path.c_str(), "wb")) {
-        std::fwrite(data, 1, size, out);
-        std::fclose(out);
-    }
+    static ScratchFile const settings("ini", ".ini");
+    static ScratchFile const written("ini-again", ".ini");
     unsigned int typed = 0;
     INIFactory first;
     first.addINIOption("typed", new INIFactory::INIObject<unsigned int>(&typed));
-    File in = LibraryPath(in_path);
+    File in = LibraryPath(settings.fill(data, size));
     try {
         first.readAsciiFile(in);
     } catch (FileException const &) {
         return 0; // a line longer than the scanner takes
     }
     // Opened here, so the writer doesn't stage and sync a temporary file on every run.
-    File out = LibraryPath(out_path);
+    File out = LibraryPath(written.path());
     out.open(File::WRITE_TEXT);
     first.writeToAsciiFile(out, false);
     out.close();

@@ -5,16 +5,16 @@
 #include "Base/Files/File.h"
 #include "Base/Settings/INIFactory.h"
 #include "Base/Text/String.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <string>
-#include <unistd.h>
 
 namespace {
 
 using namespace QELTA;
+
+using Fuzzing::ScratchFile;
 
 // One target of each type, entered under the labels "a" to "i".
 struct Targets {
@@ -41,25 +41,18 @@ struct Targets {
     }
 };
 
-std::string ScratchPath(char const * suffix) {
-    return "/dev/shm/qelta-fuzz-inib-" + std::to_string(getpid()) + suffix;
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
-    std::string const in_path = ScratchPath(".inib");
-    if (std::FILE * stream = std::fopen(in_path.c_str(), "wb")) {
-        std::fwrite(data, 1, size, stream);
-        std::fclose(stream);
-    }
-    File in(String(in_path.c_str()));
+    static ScratchFile const settings("inib", ".inib");
+    static ScratchFile const written("inib-again", ".inib");
+    File in(String(settings.fill(data, size).c_str()));
     Targets first;
     INIFactory reader;
     first.addTo(reader);
     reader.readBinaryFile(in);
 
-    File out(String(ScratchPath("-again.inib").c_str()));
+    File out(String(written.path().c_str()));
     out.open(File::WRITE_BINARY); // so the writer doesn't stage and sync a temporary file each run
     reader.writeToBinaryFile(out);
     out.close();

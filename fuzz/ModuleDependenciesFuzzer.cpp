@@ -4,22 +4,16 @@
 // bytes, loop forever or raise.
 #include "Base/Host/Platform/ModulePlatform.h"
 #include "Base/Text/String.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-#include <unistd.h>
 
 namespace {
 
 using namespace QELTA;
 
-void Check(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
+using Fuzzing::Check;
+using Fuzzing::ScratchFile;
 
 } // namespace
 
@@ -30,16 +24,11 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t siz
         Check(name.view().indexOf('\0') == 0xFFFFFFFFu);
     }
     Check(in_memory.size() <= ModulePlatform::max_dependencies);
-    std::string const path = "/dev/shm/qelta-fuzz-elf-" + std::to_string(getpid());
-    if (std::FILE * out = std::fopen(path.c_str(), "wb")) {
-        std::fwrite(data, 1, size, out);
-        std::fclose(out);
-        Buffer<String> const on_disk = ModulePlatform::ListDirectDependencies(StringView(path));
-        Check(on_disk.size() == in_memory.size());
-        for (unsigned int i = 0; i < on_disk.size(); ++i) {
-            Check(on_disk[i].view() == in_memory[i].view());
-        }
-        std::remove(path.c_str());
+    static ScratchFile const library("elf", "");
+    Buffer<String> const on_disk = ModulePlatform::ListDirectDependencies(StringView(library.fill(data, size)));
+    Check(on_disk.size() == in_memory.size());
+    for (unsigned int i = 0; i < on_disk.size(); ++i) {
+        Check(on_disk[i].view() == in_memory[i].view());
     }
     return 0;
 }

@@ -5,37 +5,25 @@
 #include "Base/Files/File.h"
 #include "Base/Host/ModuleManager.h"
 #include "Base/Text/String.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
 using namespace QELTA;
 
-std::string Folder() {
-    std::string folder = "/dev/shm/qelta-fuzz-modules-" + std::to_string(getpid()) + "/";
-    mkdir(folder.c_str(), 0700);
-    return folder;
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
-    static std::string const folder = Folder();
-    std::string const list = folder + "ModuleList";
-    if (std::FILE * out = std::fopen(list.c_str(), "wb")) {
-        std::fwrite(data, 1, size, out);
-        std::fclose(out);
-    }
+    static Fuzzing::ScratchFolder const folder("modules");
+    folder.fill(ModuleManager::module_list_file, data, size);
     ModuleManager::ResetForTesting();
     ModuleManager::SetErrorCallback([](Exception const &) {});
     try {
-        ModuleManager::FindModules(File(String(folder.c_str())));
+        ModuleManager::FindModules(File(String(folder.path() + "/")));
     } catch (...) {
         std::abort();
     }

@@ -3,47 +3,41 @@
 // display card's PCI files) under a folder that stands for "/". Nothing may read outside its
 // data, loop forever, overflow or raise.
 #include "Base/Host/SystemInformation.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
-void Write(std::string const & path, std::uint8_t const * data, std::size_t size) {
-    if (std::FILE * file = std::fopen(path.c_str(), "wb")) {
-        std::fwrite(data, 1, size, file);
-        std::fclose(file);
-    }
-}
+using QELTA::Fuzzing::WriteFile;
 
-std::string const & Root() {
-    static std::string const s_root = [] {
-        std::string const root = "/dev/shm/qelta-fuzz-system-" + std::to_string(getpid());
-        for (char const * folder :
+// The folder that stands for "/", with the folders the files go in.
+struct Root {
+    QELTA::Fuzzing::ScratchFolder folder{"system"};
+    Root() {
+        for (char const * sub :
              {"/etc", "/proc/sys/kernel", "/proc/self", "/sys/class/dmi/id", "/sys/bus/pci/devices/0000:01:00.0"}) {
-            std::filesystem::create_directories(root + folder);
+            std::filesystem::create_directories(folder.path() + sub);
         }
-        return root;
-    }();
-    return s_root;
-}
+    }
+};
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     using namespace QELTA;
-    std::string const & root = Root();
+    static Root const s_root;
+    std::string const & root = s_root.folder.path();
     for (char const * file :
          {"/etc/os-release", "/proc/sys/kernel/osrelease", "/proc/cpuinfo", "/proc/meminfo", "/proc/self/status",
           "/sys/class/dmi/id/sys_vendor", "/sys/bus/pci/devices/0000:01:00.0/vendor",
           "/sys/bus/pci/devices/0000:01:00.0/resource"}) {
-        Write(root + file, data, size);
+        WriteFile(root + file, data, size);
     }
     static std::uint8_t const display[] = "0x030000\n";
-    Write(root + "/sys/bus/pci/devices/0000:01:00.0/class", display, sizeof(display) - 1);
+    WriteFile(root + "/sys/bus/pci/devices/0000:01:00.0/class", display, sizeof(display) - 1);
     File const folder(root.c_str());
     OSInformation const os = SystemInformation::ReadOSInformation(folder);
     HardwareInformation const hardware = SystemInformation::ReadHardwareInformation(folder);

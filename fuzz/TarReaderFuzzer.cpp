@@ -5,27 +5,20 @@
 #include "Base/Files/ArchiveExtraction.h"
 #include "Base/Files/File.h"
 #include "Base/Files/TAR.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <zlib.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <system_error>
-#include <unistd.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace QELTA;
-
-std::string Folder() {
-    std::string const folder = "/dev/shm/qelta-fuzz-tar-" + std::to_string(getpid());
-    fs::create_directories(folder);
-    return folder;
-}
 
 // Only the archive and the target may stand in the folder, and no link below the target may
 // start at a root.
@@ -48,7 +41,8 @@ void CheckConfined(std::string const & folder) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
-    static std::string const folder = Folder();
+    static Fuzzing::ScratchFolder const scratch("tar");
+    std::string const & folder = scratch.path();
     std::string const archive = folder + "/archive";
     if (size == 0) {
         return 0;
@@ -57,9 +51,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t siz
         gzFile out = gzopen(archive.c_str(), "wb1");
         gzwrite(out, data + 1, static_cast<unsigned int>(size - 1));
         gzclose(out);
-    } else if (std::FILE * out = std::fopen(archive.c_str(), "wb")) {
-        std::fwrite(data + 1, 1, size - 1, out);
-        std::fclose(out);
+    } else {
+        Fuzzing::WriteFile(archive, data + 1, size - 1);
     }
     ArchiveExtraction extraction;
     extraction.entry_limit = 1u << 20;

@@ -6,6 +6,7 @@
 #include "Base/Files/Compressor.h"
 #include "Base/Files/File.h"
 #include "Base/Text/PasswordString.h"
+#include "fuzz/Support/FuzzInput.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -13,34 +14,31 @@
 #include <filesystem>
 #include <string>
 #include <system_error>
-#include <unistd.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace QELTA;
 
-std::string Folder() {
-    std::string const folder = "/dev/shm/qelta-fuzz-zip-" + std::to_string(getpid());
-    fs::create_directories(folder);
-    // "could not read file global info" goes to the standard output.
-    std::freopen("/dev/null", "w", stdout);
-    Exception::SetReportChannelForTesting([](StringView const &) {});
-    return folder;
-}
+// The folder of the archive and of the extraction. "could not read file global info" goes to the
+// standard output.
+struct Scratch {
+    Fuzzing::ScratchFolder folder{"zip"};
+    Scratch() {
+        std::freopen("/dev/null", "w", stdout);
+        Exception::SetReportChannelForTesting([](StringView const &) {});
+    }
+};
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
-    static std::string const folder = Folder();
-    std::string const archive = folder + "/archive.zip";
+    static Scratch const scratch;
+    std::string const & folder = scratch.folder.path();
     if (size == 0) {
         return 0;
     }
-    if (std::FILE * out = std::fopen(archive.c_str(), "wb")) {
-        std::fwrite(data + 1, 1, size - 1, out);
-        std::fclose(out);
-    }
+    std::string const archive = scratch.folder.fill("archive.zip", data + 1, size - 1);
     ArchiveExtraction extraction;
     extraction.entry_limit = 1u << 20;
     extraction.total_limit = 4u << 20;
